@@ -1,0 +1,104 @@
+// The refinement S-curve and the sharpen gain table.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <vector>
+
+#include "engine/CurveTables.h"
+
+namespace {
+
+using namespace quillon;
+
+std::vector<int16_t> RefineCurve(double shape) {
+    std::vector<int16_t> t(kRefineCurveRows * kRefineCurveColumns, 0);
+    buildRefineCurve(shape, t.data());
+    return t;
+}
+
+int Entry(const std::vector<int16_t>& t, int r, int k) { return t[r * 511 + k + 255]; }
+
+TEST(RefineCurve, PassesThroughBothEndsOfTheRange) {
+    for (double shape : {0.1, 0.5, 1.35}) {
+        const auto t = RefineCurve(shape);
+        for (int r = 1; r < 256; ++r) {
+            EXPECT_EQ(Entry(t, r, 0), 0) << r;
+            EXPECT_EQ(Entry(t, r, r), r) << r;
+        }
+    }
+}
+
+TEST(RefineCurve, IsAnSCurveSymmetricAboutTheMiddle) {
+    const auto t = RefineCurve(1.35);
+    for (int r = 1; r < 256; ++r) {
+        for (int k = -255; k < 255; ++k) {
+            ASSERT_LE(Entry(t, r, k), Entry(t, r, k + 1)) << "not monotonic at r=" << r;
+        }
+        for (int k = 0; k <= r; ++k) {
+            // S(x) + S(1 - x) = 1; truncation of each side can lose one step.
+            const int sum = Entry(t, r, k) + Entry(t, r, r - k);
+            ASSERT_TRUE(sum == r || sum == r - 1) << "r=" << r << " k=" << k;
+        }
+        // Pushes values toward the nearer end: below the middle it stays below
+        // the identity line.
+        for (int k = 1; 2 * k < r; ++k) {
+            ASSERT_LE(Entry(t, r, k), k) << "r=" << r << " k=" << k;
+        }
+    }
+}
+
+TEST(RefineCurve, ExponentGrowsWithRangeAndShape) {
+    // r = 255, p = 0.5 gives e = 1.5: at k = 64, S = (128/255)^1.5 / 2.
+    const auto t = RefineCurve(0.5);
+    EXPECT_EQ(Entry(t, 255, 64), 45);  // 255 * 0.17781... = 45.34
+    // Outside the range the curve continues with the same power law:
+    // negative k gives a negative target, k beyond r a target beyond r.
+    EXPECT_LT(Entry(t, 100, -10), 0);
+    EXPECT_GT(Entry(t, 100, 120), 100);
+    // A narrow range bends less than a wide one at the same relative place.
+    const auto strong = RefineCurve(1.35);
+    EXPECT_LT(Entry(strong, 200, 50) * 20, Entry(strong, 20, 5) * 200);
+}
+
+TEST(SharpenCurve, RowZeroAndDeadZoneHaveUnitGain) {
+    std::vector<uint16_t> t(kSharpenCurveSize);
+    buildSharpenCurve(1.02, t.data());
+    for (int j = 0; j < 256; ++j) EXPECT_EQ(t[j], 16384);
+    for (int c = 1; c < 256; ++c) {
+        for (int b = std::max(0, c - 5); b <= std::min(255, c + 5); ++b) {
+            ASSERT_EQ(t[c * 256 + b], 16384) << c << "," << b;
+        }
+        if (c >= 6) {
+            EXPECT_GT(t[c * 256 + c - 6], 16384);  // brighter than surroundings
+        }
+    }
+    EXPECT_EQ(t[255 * 256 + 0], 33096);  // the largest gain
+}
+
+TEST(SharpenCurve, SmallestGainStaysNearUnityAndClampsAtZero) {
+    std::vector<uint16_t> t(kSharpenCurveSize);
+    buildSharpenCurve(static_cast<float>(0.01), t.data());
+    for (int j = 0; j < 256; ++j) {
+        EXPECT_NEAR(t[255 * 256 + j], 16384, 164) << j;
+    }
+    // Row 1: 1 + 0.01 * (1 - j) reaches 0 from j = 101 upward.
+    for (int j = 7; j <= 100; ++j) EXPECT_GT(t[256 + j], 0) << j;
+    for (int j = 101; j < 256; ++j) EXPECT_EQ(t[256 + j], 0) << j;
+}
+
+TEST(SharpenCurve, GainIsOnePlusAmountTimesRelativeDifference) {
+    std::vector<uint16_t> t(kSharpenCurveSize);
+    const double g = static_cast<float>(0.395);
+    buildSharpenCurve(g, t.data());
+    for (int c : {7, 100, 200, 255}) {
+        for (int b : {0, 50, 180, 255}) {
+            if (std::abs(c - b) <= 5) continue;
+            const double gain = 1.0 + g * (c - b) / c;
+            const double expected = gain > 0 ? gain * 16384 : 0;
+            EXPECT_NEAR(t[c * 256 + b], expected, 1.0) << c << "," << b;
+        }
+    }
+}
+
+}  // namespace
