@@ -1,0 +1,248 @@
+// Upscale kernels enlarging HD and SD frames to 3840 x 2160, one thread,
+// beside OpenCV's and zimg's resamplers on the same 4-channel 8-bit frames.
+// Time is per frame (also as "frame_time"); "out_MPix/s" counts destination
+// pixels per second.
+#include <benchmark/benchmark.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <vector>
+
+#include "engine/Engine.h"
+#include "engine/ScaleContext.h"
+#include "kernels/Upscale16.h"
+#include "kernels/Upscale8.h"
+
+#ifdef QUILLON_BENCH_WITH_OPENCV
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
+#endif
+#ifdef QUILLON_BENCH_WITH_ZIMG
+#include <zimg.h>
+#endif
+
+namespace {
+
+constexpr uint32_t kDstWidth = 3840;
+constexpr uint32_t kDstHeight = 2160;
+
+// A deterministic textured frame: gradients, a fine pattern, hard-edged
+// blocks and hashed noise, different in each channel.
+template <typename Sample>
+std::vector<Sample> TexturedFrame(uint32_t width, uint32_t height, uint32_t maxSample) {
+    std::vector<Sample> frame(static_cast<std::size_t>(width) * height * 4);
+    uint32_t hash = 2166136261u;
+    for (uint32_t y = 0; y < height; ++y) {
+        for (uint32_t x = 0; x < width; ++x) {
+            for (uint32_t ch = 0; ch < 4; ++ch) {
+                hash = (hash ^ (x * 31 + y * 17 + ch)) * 16777619u;
+                uint32_t v = (x * (ch + 1) + y * 2) % 256;
+                v = (v + ((x ^ y) & 15) * 4) % 256;
+                if (((x / 24) + (y / 16) + ch) % 3 == 0) {
+                    v = 255 - v / 4;
+                }
+                v = (v + (hash >> 28)) % 256;
+                frame[(static_cast<std::size_t>(y) * width + x) * 4 + ch] =
+                    static_cast<Sample>(v * maxSample / 255);
+            }
+        }
+    }
+    return frame;
+}
+
+void SetCounters(benchmark::State& state) {
+    state.counters["out_MPix/s"] =
+        benchmark::Counter(static_cast<double>(kDstWidth) * kDstHeight * 1e-6,
+                           benchmark::Counter::kIsIterationInvariantRate);
+    // Seconds per iteration, i.e. per frame.
+    state.counters["frame_time"] = benchmark::Counter(
+        1.0, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+struct ContextDeleter {
+    void operator()(ScaleContext* c) const { DestroyScaleContext(c); }
+};
+using ContextPtr = std::unique_ptr<ScaleContext, ContextDeleter>;
+
+ContextPtr MakeContext(uint32_t srcWidth, uint32_t srcHeight, uint32_t options, uint32_t depth,
+                       uint32_t variant) {
+    ScaleContext* c = nullptr;
+    if (CreateScaleContext(srcWidth, srcHeight, kDstWidth, kDstHeight, kDstWidth, kDstHeight,
+                           options, depth, variant, 0, 0, 0, &c) != 0) {
+        return nullptr;
+    }
+    return ContextPtr(c);
+}
+
+void Quillon8(benchmark::State& state, quillon::Upscale8Fn kernel, uint32_t variant,
+              uint32_t options) {
+    const auto srcWidth = static_cast<uint32_t>(state.range(0));
+    const auto srcHeight = static_cast<uint32_t>(state.range(1));
+    const ContextPtr context = MakeContext(srcWidth, srcHeight, options, DEPTH_8, variant);
+    if (!context) {
+        state.SkipWithError("context creation failed");
+        return;
+    }
+    const auto src = TexturedFrame<uint8_t>(srcWidth, srcHeight, 255);
+    std::vector<uint8_t> dst(static_cast<std::size_t>(kDstWidth) * kDstHeight * 4);
+    for (auto _ : state) {
+        if (!kernel(src.data(), dst.data(), context.get())) {
+            state.SkipWithError("kernel failed");
+            break;
+        }
+        benchmark::DoNotOptimize(dst.data());
+        benchmark::ClobberMemory();
+    }
+    SetCounters(state);
+}
+
+void Quillon16(benchmark::State& state, quillon::Upscale16Fn kernel, uint32_t options) {
+    const auto srcWidth = static_cast<uint32_t>(state.range(0));
+    const auto srcHeight = static_cast<uint32_t>(state.range(1));
+    const ContextPtr context = MakeContext(srcWidth, srcHeight, options, DEPTH_16, KERNEL_CELL);
+    if (!context) {
+        state.SkipWithError("context creation failed");
+        return;
+    }
+    const auto src = TexturedFrame<uint16_t>(srcWidth, srcHeight, 32768);
+    std::vector<uint16_t> dst(static_cast<std::size_t>(kDstWidth) * kDstHeight * 4);
+    for (auto _ : state) {
+        kernel(src.data(), dst.data(), context.get());
+        benchmark::DoNotOptimize(dst.data());
+        benchmark::ClobberMemory();
+    }
+    SetCounters(state);
+}
+
+void SourceSizes(benchmark::internal::Benchmark* b) {
+    b->Args({1920, 1080})->Args({720, 480})->Unit(benchmark::kMillisecond)->UseRealTime();
+}
+
+BENCHMARK_CAPTURE(Quillon8, CubicCell, &quillon::upscale8Cubic, KERNEL_CELL, 0)->Apply(SourceSizes);
+BENCHMARK_CAPTURE(Quillon8, LanczosCell, &quillon::upscale8Lanczos, KERNEL_CELL, OPT_LANCZOS)
+    ->Apply(SourceSizes);
+BENCHMARK_CAPTURE(Quillon8, CubicTwoPass, &quillon::upscale8CubicTwoPass, KERNEL_TWO_PASS, 0)
+    ->Apply(SourceSizes);
+BENCHMARK_CAPTURE(Quillon8, LanczosTwoPass, &quillon::upscale8LanczosTwoPass, KERNEL_TWO_PASS,
+                  OPT_LANCZOS)
+    ->Apply(SourceSizes);
+BENCHMARK_CAPTURE(Quillon16, Cubic16Cell, &quillon::upscale16Cubic, 0)
+    ->Args({1920, 1080})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK_CAPTURE(Quillon16, Lanczos16Cell, &quillon::upscale16Lanczos, OPT_LANCZOS)
+    ->Args({1920, 1080})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+
+#ifdef QUILLON_BENCH_WITH_OPENCV
+void OpenCvResize(benchmark::State& state, int interpolation) {
+    cv::setNumThreads(1);
+    const int srcWidth = static_cast<int>(state.range(0));
+    const int srcHeight = static_cast<int>(state.range(1));
+    auto pixels = TexturedFrame<uint8_t>(static_cast<uint32_t>(srcWidth),
+                                         static_cast<uint32_t>(srcHeight), 255);
+    const cv::Mat src(srcHeight, srcWidth, CV_8UC4, pixels.data());
+    cv::Mat dst(static_cast<int>(kDstHeight), static_cast<int>(kDstWidth), CV_8UC4);
+    for (auto _ : state) {
+        cv::resize(src, dst, dst.size(), 0, 0, interpolation);
+        benchmark::DoNotOptimize(dst.data);
+        benchmark::ClobberMemory();
+    }
+    SetCounters(state);
+}
+
+BENCHMARK_CAPTURE(OpenCvResize, InterCubic, cv::INTER_CUBIC)->Apply(SourceSizes);
+BENCHMARK_CAPTURE(OpenCvResize, InterLanczos4, cv::INTER_LANCZOS4)->Apply(SourceSizes);
+#endif
+
+#ifdef QUILLON_BENCH_WITH_ZIMG
+struct AlignedFree {
+    void operator()(void* p) const { std::free(p); }
+};
+using AlignedBlock = std::unique_ptr<uint8_t, AlignedFree>;
+
+AlignedBlock AllocateAligned(std::size_t bytes) {
+    const std::size_t rounded = (bytes + 63) / 64 * 64;
+    return AlignedBlock(static_cast<uint8_t*>(std::aligned_alloc(64, rounded)));
+}
+
+std::size_t PlaneStride(uint32_t width) {
+    return (width + 63) / 64 * 64;
+}
+
+// One grey 8-bit plane per channel; the planes are split before timing and
+// the same graph runs once per plane.
+void ZimgResize(benchmark::State& state, zimg_resample_filter_e filter, double a, double b) {
+    const auto srcWidth = static_cast<uint32_t>(state.range(0));
+    const auto srcHeight = static_cast<uint32_t>(state.range(1));
+    zimg_image_format srcFormat;
+    zimg_image_format dstFormat;
+    zimg_image_format_default(&srcFormat, ZIMG_API_VERSION);
+    zimg_image_format_default(&dstFormat, ZIMG_API_VERSION);
+    srcFormat.width = srcWidth;
+    srcFormat.height = srcHeight;
+    srcFormat.pixel_type = ZIMG_PIXEL_BYTE;
+    srcFormat.color_family = ZIMG_COLOR_GREY;
+    dstFormat = srcFormat;
+    dstFormat.width = kDstWidth;
+    dstFormat.height = kDstHeight;
+    zimg_graph_builder_params params;
+    zimg_graph_builder_params_default(&params, ZIMG_API_VERSION);
+    params.resample_filter = filter;
+    params.filter_param_a = a;
+    params.filter_param_b = b;
+    zimg_filter_graph* graph = zimg_filter_graph_build(&srcFormat, &dstFormat, &params);
+    if (graph == nullptr) {
+        state.SkipWithError("zimg graph build failed");
+        return;
+    }
+    std::size_t tmpSize = 0;
+    zimg_filter_graph_get_tmp_size(graph, &tmpSize);
+    const AlignedBlock tmp = AllocateAligned(tmpSize);
+
+    const auto pixels = TexturedFrame<uint8_t>(srcWidth, srcHeight, 255);
+    const std::size_t srcStride = PlaneStride(srcWidth);
+    const std::size_t dstStride = PlaneStride(kDstWidth);
+    std::vector<AlignedBlock> srcPlanes;
+    std::vector<AlignedBlock> dstPlanes;
+    for (uint32_t ch = 0; ch < 4; ++ch) {
+        srcPlanes.push_back(AllocateAligned(srcStride * srcHeight));
+        dstPlanes.push_back(AllocateAligned(dstStride * kDstHeight));
+        for (uint32_t y = 0; y < srcHeight; ++y) {
+            for (uint32_t x = 0; x < srcWidth; ++x) {
+                srcPlanes[ch].get()[y * srcStride + x] =
+                    pixels[(static_cast<std::size_t>(y) * srcWidth + x) * 4 + ch];
+            }
+        }
+    }
+    for (auto _ : state) {
+        for (uint32_t ch = 0; ch < 4; ++ch) {
+            zimg_image_buffer_const in{};
+            in.version = ZIMG_API_VERSION;
+            in.plane[0].data = srcPlanes[ch].get();
+            in.plane[0].stride = static_cast<ptrdiff_t>(srcStride);
+            in.plane[0].mask = ZIMG_BUFFER_MAX;
+            zimg_image_buffer out{};
+            out.version = ZIMG_API_VERSION;
+            out.plane[0].data = dstPlanes[ch].get();
+            out.plane[0].stride = static_cast<ptrdiff_t>(dstStride);
+            out.plane[0].mask = ZIMG_BUFFER_MAX;
+            zimg_filter_graph_process(graph, &in, &out, tmp.get(), nullptr, nullptr, nullptr,
+                                      nullptr);
+        }
+        benchmark::ClobberMemory();
+    }
+    zimg_filter_graph_free(graph);
+    SetCounters(state);
+}
+
+BENCHMARK_CAPTURE(ZimgResize, BicubicB0C075, ZIMG_RESIZE_BICUBIC, 0.0, 0.75)->Apply(SourceSizes);
+BENCHMARK_CAPTURE(ZimgResize, Lanczos4, ZIMG_RESIZE_LANCZOS, 4.0, 0.0)->Apply(SourceSizes);
+#endif
+
+}  // namespace
+
+BENCHMARK_MAIN();
