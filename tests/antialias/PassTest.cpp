@@ -1,0 +1,402 @@
+// The whole pass: edge cases on whole frames, stress pictures, the effect on
+// a staircase, the 16-bit detection, allocation failure, and the pass inside
+// ProcessFrame.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+
+#include "AntiAliasTestSupport.h"
+#include "antialias/AntiAlias.h"
+#include "engine/Engine.h"
+#include "engine/EngineSettings.h"
+
+namespace quillon::aatest {
+namespace {
+
+// Source, its nearest enlargement (the destination before the pass) and a
+// context for the pair.
+struct Scene8 {
+    int32_t w, h, dw, dh;
+    std::vector<uint8_t> src;
+    std::vector<uint8_t> before;
+    HandContext ctx;
+
+    template <typename Shade>
+    Scene8(int32_t w_, int32_t h_, int32_t dw_, int32_t dh_, uint32_t amount, Shade shade)
+        : w(w_),
+          h(h_),
+          dw(dw_),
+          dh(dh_),
+          src(makeFrame8(w_, h_, shade)),
+          before(enlargeNearest(src, w_, h_, dw_, dh_)),
+          ctx(static_cast<uint32_t>(w_), static_cast<uint32_t>(h_), static_cast<uint32_t>(dw_),
+              static_cast<uint32_t>(dh_), amount) {}
+
+    std::vector<uint8_t> run() const {
+        std::vector<uint8_t> dst = before;
+        EXPECT_TRUE(antiAlias8(src.data(), dst.data(), ctx.get()));
+        return dst;
+    }
+
+    aa::Detection detect() const {
+        std::vector<uint8_t> grey(static_cast<std::size_t>(w * h));
+        aa::makeGrey8(src.data(), grey.data(), grey.size());
+        aa::Detection d;
+        EXPECT_TRUE(aa::detectChains(grey.data(), w, h, d));
+        return d;
+    }
+};
+
+TEST(AntiAliasPass, FlatOrGentleFramesAreUnchanged) {
+    Scene8 flat(40, 30, 80, 60, 10, [](int, int) { return 90; });
+    EXPECT_EQ(flat.run(), flat.before);
+    // Neighbours never differ by more than 20 (a ramp of 20 a pixel).
+    Scene8 ramp(12, 12, 24, 24, 25, [](int x, int y) { return 10 * x + 10 * y; });
+    const aa::Detection d = ramp.detect();
+    EXPECT_EQ(std::count(d.rowEdges.data(), d.rowEdges.data() + 144, 0), 144);
+    EXPECT_EQ(std::count(d.columnEdges.data(), d.columnEdges.data() + 144, 0), 144);
+    EXPECT_EQ(d.rowSegments.size() + d.columnSegments.size(), 0u);
+    EXPECT_EQ(ramp.run(), ramp.before);
+}
+
+TEST(AntiAliasPass, StepOfTwentyIsNoEdgeButTwentyOneIs) {
+    for (int step : {20, 21}) {
+        Scene8 s(10, 10, 20, 20, 6, [step](int x, int y) { return 100 + (x + y >= 9 ? step : 0); });
+        const aa::Detection d = s.detect();
+        const auto rowEdges = std::count(d.rowEdges.data(), d.rowEdges.data() + 100, 1);
+        const auto columnEdges = std::count(d.columnEdges.data(), d.columnEdges.data() + 100, 1);
+        if (step == 20) {
+            EXPECT_EQ(rowEdges + columnEdges, 0);
+        } else {
+            EXPECT_GT(rowEdges, 0);
+            EXPECT_GT(columnEdges, 0);
+        }
+    }
+}
+
+// A bright wedge between a shallow and a steep edge: one row chain and one
+// column chain. Chain 0 is never traced, so nothing is smoothed.
+TEST(AntiAliasPass, OneChainPerDirectionMeansNoSmoothing) {
+    Scene8 s(48, 48, 96, 96, 10,
+             [](int x, int y) { return (10 * y > 3 * x + 40 && 10 * x > 3 * y + 40) ? 220 : 30; });
+    const aa::Detection d = s.detect();
+    ASSERT_EQ(d.rowChains.count, 1);
+    ASSERT_EQ(d.columnChains.count, 1);
+    EXPECT_EQ(s.run(), s.before);
+    // A single straight edge: one row chain, no column chain, no smoothing.
+    Scene8 edge(40, 24, 80, 48, 10, [](int x, int y) { return y < 4 + (3 * x) / 10 ? 210 : 40; });
+    ASSERT_EQ(edge.detect().rowChains.count, 1);
+    EXPECT_EQ(edge.run(), edge.before);
+}
+
+// Sub-pixel position of one bright-to-dark edge of `bands` in each destination
+// column of a 2x enlargement (the edge lies near Y = 0.3 X + 48), from the
+// brightness summed over a window around it, and the staircase measure: the
+// sum of absolute second differences of that position along the edge.
+double staircase(const std::vector<uint8_t>& f, int32_t dw, int32_t x0, int32_t x1) {
+    std::vector<double> pos;
+    for (int32_t x = x0; x < x1; ++x) {
+        const int32_t centre = static_cast<int32_t>(std::lround(0.3 * x + 48.0));
+        double sum = centre - 7;
+        for (int32_t y = centre - 7; y <= centre + 7; ++y) {
+            sum += (f[(static_cast<std::size_t>(y) * dw + x) * 4 + 1] - 40) / 170.0;
+        }
+        pos.push_back(sum);
+    }
+    double total = 0.0;
+    for (std::size_t i = 1; i + 1 < pos.size(); ++i) {
+        total += std::fabs(pos[i + 1] - 2.0 * pos[i] + pos[i - 1]);
+    }
+    return total;
+}
+
+TEST(AntiAliasPass, ReducesTheStaircaseOfShallowDiagonalEdges) {
+    for (uint32_t amount : {1u, 6u, 10u}) {
+        Scene8 s(64, 48, 128, 96, amount, bands);
+        const std::vector<uint8_t> after = s.run();
+        const double plain = staircase(s.before, s.dw, 8, 120);
+        const double smoothed = staircase(after, s.dw, 8, 120);
+        // Small amounts follow the frame closely and smooth less.
+        EXPECT_LT(smoothed, (amount < 6 ? 0.95 : 0.8) * plain) << "amount " << amount;
+        RecordProperty("staircase_amount_" + std::to_string(amount),
+                       std::to_string(smoothed / plain));
+        // Channel 3 is never touched.
+        for (std::size_t i = 3; i < after.size(); i += 4) {
+            ASSERT_EQ(after[i], s.before[i]);
+        }
+    }
+}
+
+// ------------------------------------------------------------------ stress --
+
+struct Pattern {
+    const char* name;
+    int (*shade)(int x, int y);
+};
+
+const Pattern kPatterns[] = {
+    {"checker1", [](int x, int y) { return ((x + y) & 1) ? 250 : 0; }},
+    {"checker2", [](int x, int y) { return (((x >> 1) + (y >> 1)) & 1) ? 250 : 0; }},
+    {"noise",
+     [](int x, int y) {
+         uint32_t v = static_cast<uint32_t>(x) * 2654435761u ^ static_cast<uint32_t>(y) * 40503u;
+         v ^= v >> 13;
+         v *= 0x5bd1e995u;
+         return static_cast<int>((v >> 15) % 251);
+     }},
+    {"hatching", [](int x, int y) { return ((x + 2 * y) % 3 == 0) ? 250 : 10; }},
+    // The densest segment lists found: slanted bands two rows thick, and
+    // two crossing band sets (many short chains in both directions).
+    {"fine bands", [](int x, int y) { return ((10 * y - 3 * x) % 40 + 40) % 40 < 20 ? 210 : 40; }},
+    {"crossed bands",
+     [](int x, int y) {
+         const bool v = ((10 * y - 3 * x) % 40 + 40) % 40 < 20;
+         const bool u = ((10 * x - 3 * y) % 40 + 40) % 40 < 20;
+         return v != u ? 210 : 40;
+     }},
+};
+
+void checkStress(const Pattern& p, int32_t w, int32_t h, int32_t dw, int32_t dh, uint32_t amount) {
+    SCOPED_TRACE(testing::Message() << p.name << " " << w << "x" << h << " -> " << dw << "x" << dh
+                                    << " amount " << amount);
+    Scene8 s(w, h, dw, dh, amount, p.shade);
+    std::vector<uint8_t> dst = s.before;
+    ASSERT_TRUE(antiAlias8(s.src.data(), dst.data(), s.ctx.get()));
+    for (std::size_t i = 0; i < dst.size(); ++i) {
+        if (i % 4 == 3) {
+            ASSERT_EQ(dst[i], 77);
+        } else {
+            ASSERT_LE(dst[i], 250);  // ceiling set below
+        }
+    }
+    // Same result on a second run: no state is kept between calls.
+    std::vector<uint8_t> again = s.before;
+    ASSERT_TRUE(antiAlias8(s.src.data(), again.data(), s.ctx.get()));
+    ASSERT_EQ(again, dst);
+}
+
+class CeilingGuard {
+public:
+    explicit CeilingGuard(int32_t v8, int32_t v16 = 65535) {
+        SetMaxValue8(v8);
+        SetMaxValue16(v16);
+    }
+    ~CeilingGuard() {
+        SetMaxValue8(255);
+        SetMaxValue16(65535);
+    }
+};
+
+TEST(AntiAliasStress, DensePicturesAtManySizes) {
+    CeilingGuard ceiling(250);
+    const std::pair<int32_t, int32_t> sizes[] = {{6, 6}, {7, 9}, {13, 6}, {31, 17}, {64, 64}};
+    for (const Pattern& p : kPatterns) {
+        for (auto [w, h] : sizes) {
+            checkStress(p, w, h, 2 * w, 2 * h, 6);
+            checkStress(p, w, h, 3 * w + 1, 2 * h + 3, 25);
+            checkStress(p, w, h, w, h, 0);
+        }
+    }
+}
+
+TEST(AntiAliasStress, FullHighDefinitionSource) {
+    CeilingGuard ceiling(250);
+    // One large frame of the densest kind that survives the noise removal.
+    checkStress(kPatterns[4], 1920, 1080, 2400, 1350, 6);
+    checkStress(kPatterns[5], 480, 270, 960, 540, 10);
+}
+
+// ----------------------------------------------------------------- 16 bits --
+
+TEST(AntiAlias16, LowBytesDoNotTakePartInDetection) {
+    const int32_t w = 48;
+    const int32_t h = 40;
+    std::vector<uint16_t> a(static_cast<std::size_t>(w * h * 4));
+    std::vector<uint16_t> b(a.size());
+    std::mt19937 rng(9);
+    for (int32_t y = 0; y < h; ++y) {
+        for (int32_t x = 0; x < w; ++x) {
+            // High bytes: a diagonal edge and a step of exactly 20 (no edge),
+            // which the low bytes of one frame would push above 20.
+            const int high = bands(x, y) > 100 ? 200 : (x > 30 ? 80 : 60);
+            for (int k = 0; k < 4; ++k) {
+                const std::size_t at = (static_cast<std::size_t>(y) * w + x) * 4 + k;
+                a[at] = static_cast<uint16_t>(high << 8 | (rng() & 0xFF));
+                b[at] = static_cast<uint16_t>(high << 8 | (x > 30 ? 0xFF : 0x00));
+            }
+        }
+    }
+    std::vector<uint8_t> ga(static_cast<std::size_t>(w * h));
+    std::vector<uint8_t> gb(ga.size());
+    aa::makeGrey16(a.data(), ga.data(), ga.size());
+    aa::makeGrey16(b.data(), gb.data(), gb.size());
+    EXPECT_EQ(ga, gb);
+    aa::Detection da;
+    aa::Detection db;
+    ASSERT_TRUE(aa::detectChains(ga.data(), w, h, da));
+    ASSERT_TRUE(aa::detectChains(gb.data(), w, h, db));
+    const std::size_t n = ga.size();
+    EXPECT_EQ(std::memcmp(da.rowEdges.data(), db.rowEdges.data(), n), 0);
+    EXPECT_EQ(std::memcmp(da.columnEdges.data(), db.columnEdges.data(), n), 0);
+    EXPECT_EQ(listOf(da.rowSegments), listOf(db.rowSegments));
+    EXPECT_EQ(listOf(da.columnSegments), listOf(db.columnSegments));
+    ASSERT_EQ(da.rowChains.count, db.rowChains.count);
+    ASSERT_EQ(da.columnChains.count, db.columnChains.count);
+    EXPECT_GT(da.rowSegments.size(), 0u);
+
+    // And the passes on the two frames write the same pixels.
+    HandContext ctx(w, h, 2 * w, 2 * h, 8);
+    std::vector<uint16_t> da16 = enlargeNearest(a, w, h, 2 * w, 2 * h);
+    std::vector<uint16_t> db16 = da16;
+    ASSERT_TRUE(antiAlias16(a.data(), da16.data(), ctx.get()));
+    ASSERT_TRUE(antiAlias16(b.data(), db16.data(), ctx.get()));
+    EXPECT_EQ(da16, db16);
+}
+
+TEST(AntiAlias16, MatchesTheEightBitPassOnWidenedFrames) {
+    // A frame whose 16-bit channels are the 8-bit values times 256: the same
+    // detection, the same spots, and a blend that differs only by the scale
+    // (within the rounding of each depth).
+    Scene8 s(40, 32, 80, 64, 10, bands);
+    std::vector<uint16_t> src16(s.src.size());
+    std::vector<uint16_t> dst16(s.before.size());
+    for (std::size_t i = 0; i < s.src.size(); ++i) {
+        src16[i] = static_cast<uint16_t>(s.src[i] << 8);
+    }
+    for (std::size_t i = 0; i < s.before.size(); ++i) {
+        dst16[i] = static_cast<uint16_t>(s.before[i] << 8);
+    }
+    const std::vector<uint8_t> out8 = s.run();
+    ASSERT_TRUE(antiAlias16(src16.data(), dst16.data(), s.ctx.get()));
+    // Pixels under several spots accumulate the 8-bit truncations, so allow
+    // a few levels per pixel but little on average.
+    int changed = 0;
+    double totalError = 0.0;
+    for (std::size_t i = 0; i < out8.size(); ++i) {
+        EXPECT_NEAR(dst16[i] / 256.0, out8[i], 4.0) << i;
+        totalError += std::fabs(dst16[i] / 256.0 - out8[i]);
+        changed += out8[i] != s.before[i];
+    }
+    EXPECT_GT(changed, 100);
+    EXPECT_LT(totalError / static_cast<double>(changed), 1.0);
+}
+
+// ------------------------------------------------------- allocation failure --
+
+int gAllowed = 0;
+void* failingAlloc(uint32_t bytes) {
+    if (gAllowed <= 0) {
+        return nullptr;
+    }
+    --gAllowed;
+    return std::malloc(bytes == 0 ? 1 : bytes);
+}
+void plainFree(void* p) {
+    std::free(p);
+}
+
+TEST(AntiAliasPass, FailedAllocationLeavesTheDestinationAlone) {
+    Scene8 s(40, 30, 80, 60, 10, bands);
+    const std::vector<uint8_t> reference = s.run();
+    ASSERT_NE(reference, s.before);
+    ASSERT_EQ(SetEngineAllocator(failingAlloc, plainFree), 0);
+    bool succeeded = false;
+    for (int allowed = 0; allowed < 200 && !succeeded; ++allowed) {
+        gAllowed = allowed;
+        std::vector<uint8_t> dst = s.before;
+        succeeded = antiAlias8(s.src.data(), dst.data(), s.ctx.get());
+        EXPECT_EQ(dst, succeeded ? reference : s.before) << "allowed " << allowed;
+    }
+    SetEngineAllocator(nullptr, nullptr);
+    EXPECT_TRUE(succeeded);
+}
+
+TEST(AntiAliasPass, NullArgumentsAreRefused) {
+    Scene8 s(8, 8, 16, 16, 5, [](int x, int) { return x * 30; });
+    std::vector<uint8_t> dst = s.before;
+    EXPECT_FALSE(antiAlias8(nullptr, dst.data(), s.ctx.get()));
+    EXPECT_FALSE(antiAlias8(s.src.data(), nullptr, s.ctx.get()));
+    EXPECT_FALSE(antiAlias8(s.src.data(), dst.data(), nullptr));
+    EXPECT_FALSE(antiAlias16(nullptr, nullptr, nullptr));
+    EXPECT_EQ(dst, s.before);
+}
+
+// ------------------------------------------------------------ end to end --
+
+template <typename Channel>
+std::vector<Channel> processFrame(const std::vector<Channel>& src, uint32_t w, uint32_t h,
+                                  uint32_t dw, uint32_t dh, uint32_t options, uint32_t depth,
+                                  uint32_t variant, uint32_t amount,
+                                  ScaleContext** keep = nullptr) {
+    ScaleContext* ctx = nullptr;
+    EXPECT_EQ(CreateScaleContext(w, h, dw, dh, dw, dh, options, depth, variant, 0, 0, amount, &ctx),
+              0);
+    std::vector<Channel> out(static_cast<std::size_t>(dw) * dh * 4);
+    if (ctx != nullptr) {
+        EXPECT_EQ(ProcessFrame(src.data(), out.data(), ctx), 0);
+        if (keep != nullptr) {
+            *keep = ctx;
+        } else {
+            DestroyScaleContext(ctx);
+        }
+    }
+    return out;
+}
+
+TEST(AntiAliasEndToEnd, ProcessFrameRunsThePassAfterTheUpscale) {
+    const uint32_t w = 64;
+    const uint32_t h = 48;
+    const std::vector<uint8_t> src = makeFrame8(64, 48, bands);
+    for (uint32_t variant : {uint32_t{KERNEL_CELL}, uint32_t{KERNEL_TWO_PASS}}) {
+        ScaleContext* ctx = nullptr;
+        std::vector<uint8_t> plain = processFrame(src, w, h, 128, 96, OPT_LANCZOS | OPT_ANTIALIAS,
+                                                  DEPTH_8, variant, 6, &ctx);
+        ASSERT_NE(ctx, nullptr);
+        std::vector<uint8_t> upscaled =
+            processFrame(src, w, h, 128, 96, OPT_LANCZOS, DEPTH_8, variant, 6);
+        // The pass on the plain upscale, with the same context, gives the
+        // pipeline's result.
+        std::vector<uint8_t> manual = upscaled;
+        ASSERT_TRUE(antiAlias8(src.data(), manual.data(), ctx));
+        EXPECT_EQ(plain, manual);
+        EXPECT_NE(plain, upscaled);
+        EXPECT_LT(staircase(plain, 128, 8, 120), staircase(upscaled, 128, 8, 120));
+        DestroyScaleContext(ctx);
+    }
+}
+
+TEST(AntiAliasEndToEnd, SixteenBitPipeline) {
+    const uint32_t w = 40;
+    const uint32_t h = 30;
+    std::vector<uint16_t> src(static_cast<std::size_t>(w * h * 4));
+    for (uint32_t y = 0; y < h; ++y) {
+        for (uint32_t x = 0; x < w; ++x) {
+            const uint16_t v = bands(static_cast<int>(x), static_cast<int>(y)) > 100 ? 30000 : 4000;
+            for (int k = 0; k < 4; ++k) {
+                src[(y * w + x) * 4 + k] = k == 3 ? 1234 : v;
+            }
+        }
+    }
+    CeilingGuard ceiling(255, 32768);
+    ScaleContext* ctx = nullptr;
+    std::vector<uint16_t> withPass =
+        processFrame(src, w, h, 80, 60, OPT_ANTIALIAS, DEPTH_16, KERNEL_CELL, 10, &ctx);
+    ASSERT_NE(ctx, nullptr);
+    std::vector<uint16_t> manual = processFrame(src, w, h, 80, 60, 0, DEPTH_16, KERNEL_CELL, 10);
+    const std::vector<uint16_t> upscaled = manual;
+    ASSERT_TRUE(antiAlias16(src.data(), manual.data(), ctx));
+    EXPECT_EQ(withPass, manual);
+    EXPECT_NE(withPass, upscaled);
+    for (std::size_t i = 0; i < withPass.size(); ++i) {
+        if (i % 4 == 3) {
+            ASSERT_EQ(withPass[i], upscaled[i]);
+        } else {
+            ASSERT_LE(withPass[i], 32768);
+        }
+    }
+    DestroyScaleContext(ctx);
+}
+
+}  // namespace
+}  // namespace quillon::aatest
