@@ -1,0 +1,45 @@
+// Runs the built quillon executable as a child process, feeding standard
+// input and collecting standard output and standard error.
+#ifndef QUILLON_TESTS_CLI_TOOLRUNNER_H
+#define QUILLON_TESTS_CLI_TOOLRUNNER_H
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace quillon::test {
+
+struct ToolResult {
+    int exitCode = -1;
+    std::vector<uint8_t> out;
+    std::string err;
+    std::string outText() const { return std::string(out.begin(), out.end()); }
+};
+
+// Runs quillon with args. stdinData is written in chunks of chunkSize bytes
+// (a producer like ffmpeg's rawvideo writer), then standard input is closed.
+ToolResult RunQuillon(const std::vector<std::string>& args,
+                      const std::vector<uint8_t>& stdinData = {}, size_t chunkSize = 65536);
+
+// A fresh folder under the system's temporary folder, removed on destruction.
+class TempDir {
+public:
+    TempDir();
+    ~TempDir();
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+    const std::filesystem::path& path() const { return path_; }
+    std::string operator/(const std::string& name) const { return (path_ / name).string(); }
+    // Names of entries starting with '.', i.e. leftover temporaries.
+    std::vector<std::string> HiddenFiles() const;
+
+private:
+    std::filesystem::path path_;
+};
+
+std::string Asset(const std::string& name);
+
+}  // namespace quillon::test
+
+#endif  // QUILLON_TESTS_CLI_TOOLRUNNER_H

@@ -1,0 +1,282 @@
+// The tool's pure pieces: option mapping, pixel conversion, target sizes,
+// sequence patterns, safe output, progress text and JSON.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "Compare.h"
+#include "EffectControls.h"
+#include "Errors.h"
+#include "FrameConversion.h"
+#include "Options.h"
+#include "Progress.h"
+#include "Reference.h"
+#include "RunSummary.h"
+#include "SafeOutput.h"
+#include "SequencePattern.h"
+#include "TargetSize.h"
+#include "ToolRunner.h"
+#include "engine/Engine.h"
+
+namespace quillon {
+namespace {
+
+namespace fs = std::filesystem;
+
+ExitCode CodeOf(const std::function<void()>& f) {
+    try {
+        f();
+    } catch (const QuillonError& e) {
+        return e.code();
+    }
+    return ExitCode::Ok;
+}
+
+TEST(EffectControls, OptionsFollowTheRenderHandlersTable) {
+    EffectControls c;
+    EXPECT_EQ(EngineOptionsFor(c), uint32_t{OPT_LANCZOS | OPT_SHARPEN | OPT_ANTIALIAS});
+    c.filter = FilterType::Better;
+    c.sharpness = 0;
+    EXPECT_EQ(EngineOptionsFor(c), 12u);
+    c.filter = FilterType::Draft;
+    c.sharpness = 2;
+    c.antiAliasing = 0;
+    EXPECT_EQ(EngineOptionsFor(c), 2u);
+    c.filter = FilterType::Best;
+    c.sharpness = 0;
+    EXPECT_EQ(EngineOptionsFor(c), 5u);
+    EXPECT_EQ(ParseFilterType("BEST"), FilterType::Best);
+    EXPECT_EQ(ParseFilterType("3"), FilterType::Better);
+    EXPECT_FALSE(ParseFilterType("5").has_value());
+}
+
+TEST(FrameConversion, EightBitPixelBecomesBgrTransparencyAndReturns) {
+    RgbaImage image;
+    image.Allocate(1, 1, 8);
+    image.pixels8 = {10, 20, 30, 255};
+    WorkingFrame frame;
+    ToWorkingFrame(image, frame);
+    EXPECT_EQ(frame.bytes, (std::vector<uint8_t>{30, 20, 10, 0}));
+    RgbaImage back;
+    FromWorkingFrame(frame, back);
+    EXPECT_EQ(back.pixels8, image.pixels8);
+}
+
+TEST(FrameConversion, SixteenBitMappingRoundsToNearestAndHostValuesSurvive) {
+    EXPECT_EQ(FileToHost16(0), 0);
+    EXPECT_EQ(FileToHost16(65535), 32768);
+    EXPECT_EQ(HostToFile16(32768), 65535);
+    EXPECT_EQ(HostToFile16(40000), 65535) << "values above white are white";
+    for (uint32_t v = 0; v <= 65535; ++v) {
+        ASSERT_EQ(FileToHost16(static_cast<uint16_t>(v)),
+                  test::ToHostRange(static_cast<uint16_t>(v)))
+            << v;
+    }
+    for (uint32_t h = 0; h <= 32768; ++h) {
+        const uint16_t file = HostToFile16(static_cast<uint16_t>(h));
+        ASSERT_EQ(file, test::ToFileRange(static_cast<uint16_t>(h))) << h;
+        ASSERT_EQ(FileToHost16(file), h) << "host -> file -> host must be exact";
+    }
+    RgbaImage image;
+    image.Allocate(1, 1, 16);
+    image.pixels16 = {65535, 0, 32768, 65535};
+    WorkingFrame frame;
+    ToWorkingFrame(image, frame);
+    const auto* w = reinterpret_cast<const uint16_t*>(frame.bytes.data());
+    EXPECT_EQ(w[0], 16384);
+    EXPECT_EQ(w[1], 0);
+    EXPECT_EQ(w[2], 32768);
+    EXPECT_EQ(w[3], 0) << "opaque is transparency 0";
+}
+
+TEST(FrameConversion, RawLayoutsMatchTheImageConversions) {
+    const uint8_t bgra[8] = {1, 2, 3, 255, 4, 5, 6, 0};
+    uint8_t working[8];
+    BgraToWorking(bgra, 2, working);
+    EXPECT_EQ(working[3], 0);
+    EXPECT_EQ(working[7], 255);
+    uint8_t back[8];
+    WorkingToBgra(working, 2, back);
+    EXPECT_TRUE(std::equal(back, back + 8, bgra));
+
+    const uint8_t rgba64le[8] = {0xff, 0xff, 0x00, 0x00, 0x00, 0x80, 0xff, 0xff};
+    uint16_t w16[4];
+    Rgba64leToWorking(rgba64le, 1, w16);
+    EXPECT_EQ(w16[0], FileToHost16(0x8000));
+    EXPECT_EQ(w16[2], 32768);
+    EXPECT_EQ(w16[3], 0);
+    uint8_t out[8];
+    WorkingToRgba64le(w16, 1, out);
+    EXPECT_EQ(out[0], 0xff);
+    EXPECT_EQ(out[1], 0xff);
+    EXPECT_EQ(out[6], 0xff);
+}
+
+SizeRequest Preset(const char* p) {
+    SizeRequest r;
+    r.preset = p;
+    return r;
+}
+
+TEST(TargetSize, PresetsFollowTheEffectsRules) {
+    auto uhd = ResolveTargetSize(Preset("25"), 1920, 1080);
+    EXPECT_EQ(uhd.width, 3840u);
+    EXPECT_EQ(uhd.height, 2160u);
+    // By text: case and the trailing blank of the item do not matter.
+    EXPECT_EQ(FindPresetPosition("ultra hd (3840 x 2160) fit to height"), 25);
+    SizeRequest fitWidth = Preset("Ultra HD (3840 x 2160) Fit To Width");
+    fitWidth.pixelAspect = 0.9;
+    auto anamorphic = ResolveTargetSize(fitWidth, 720, 480);
+    EXPECT_EQ(anamorphic.width, 4266u);
+    EXPECT_EQ(anamorphic.height, 2844u);
+    // "Fit To Comp" rows use the source unless a composition is named.
+    EXPECT_EQ(ResolveTargetSize(Preset("2"), 640, 360).width, 640u);
+    SizeRequest comp = Preset("1");
+    comp.comp = SizeSpec{1920u, 1080u};
+    EXPECT_EQ(ResolveTargetSize(comp, 640, 360).height, 1080u);
+    EXPECT_EQ(ResolveTargetSize(comp, 640, 360).width, 1920u);
+    // No size option at all: the effect's default row, Fit To Comp Width.
+    EXPECT_EQ(ResolveTargetSize(SizeRequest{}, 500, 300).width, 500u);
+    EXPECT_EQ(CodeOf([] { FindPresetPosition("3"); }), ExitCode::Ok) << "separators exist";
+    EXPECT_EQ(CodeOf([] { ResolveTargetSize(Preset("3"), 500, 300); }), ExitCode::Usage)
+        << "a separator needs --size like Custom";
+    EXPECT_EQ(CodeOf([] { FindPresetPosition("(-"); }), ExitCode::UnknownPreset);
+}
+
+TEST(TargetSize, CustomSizesKeepProportionsByTheSliderRule) {
+    EXPECT_EQ(ConstrainedHeight(1000, 1.35), 741u);
+    EXPECT_EQ(ConstrainedWidth(8192, 1.35), 8192u) << "clamped to the slider range";
+    EXPECT_EQ(ConstrainedHeight(500, 0.0), 500u) << "ratio 0 counts as 1";
+    SizeRequest r;
+    r.size = ParseSizeSpec("x1080");
+    r.keepAspect = true;
+    const auto w = ResolveTargetSize(r, 640, 480);
+    EXPECT_EQ(w.width, 1440u);
+    EXPECT_EQ(w.height, 1080u);
+    r.keepAspect = false;
+    EXPECT_EQ(CodeOf([&] { ResolveTargetSize(r, 640, 480); }), ExitCode::Usage);
+    r.size = ParseSizeSpec("99x500");
+    EXPECT_EQ(CodeOf([&] { ResolveTargetSize(r, 64, 48); }), ExitCode::SizeOutOfRange);
+    // --fit with a box behaves like the preset rows.
+    SizeRequest fit;
+    fit.size = ParseSizeSpec("3840x2160");
+    fit.fit = FitMode::Height;
+    EXPECT_EQ(ResolveTargetSize(fit, 1440, 1080).width, 2880u);
+    EXPECT_FALSE(ParseSizeSpec("12xx3").has_value());
+    EXPECT_FALSE(ParseSizeSpec("x").has_value());
+}
+
+TEST(TargetSize, EngineLimitsAndEnlargementOnly) {
+    EXPECT_EQ(CodeOf([] { CheckScaleSizes(3, 100, 200, 200, 8); }), ExitCode::SizeOutOfRange);
+    EXPECT_EQ(CodeOf([] { CheckScaleSizes(100, 100, 99, 200, 8); }), ExitCode::TargetTooSmall);
+    EXPECT_EQ(CodeOf([] { CheckScaleSizes(100, 100, 65536, 200, 8); }), ExitCode::SizeOutOfRange);
+    // 40000 x 30000 x 4 bytes passes 32 bits.
+    EXPECT_EQ(CodeOf([] { CheckScaleSizes(100, 100, 40000, 30000, 8); }), ExitCode::SizeOutOfRange);
+    EXPECT_EQ(CodeOf([] { CheckScaleSizes(100, 100, 100, 100, 16); }), ExitCode::Ok);
+}
+
+TEST(SequencePattern, ParsesFormatsAndMatches) {
+    const auto p = SequencePattern::Parse("dir/shot.%04d.dpx");
+    ASSERT_TRUE(p.has_value());
+    EXPECT_EQ(p->Format(7), "dir/shot.0007.dpx");
+    EXPECT_EQ(p->Format(123456), "dir/shot.123456.dpx");
+    EXPECT_EQ(p->Match("dir/shot.0042.dpx"), 42);
+    EXPECT_FALSE(p->Match("dir/shot.042.dpx").has_value());
+    EXPECT_FALSE(p->Match("dir/shot.00042.dpx").has_value());
+    EXPECT_FALSE(p->Match("dir/shot.0042.exr").has_value());
+    const auto plain = SequencePattern::Parse("100%%_%d.png");
+    ASSERT_TRUE(plain.has_value());
+    EXPECT_EQ(plain->Format(5), "100%_5.png");
+    EXPECT_FALSE(SequencePattern::Parse("a%d%d.png").has_value());
+    EXPECT_FALSE(SequencePattern::Parse("a%4d.png").has_value());
+    EXPECT_FALSE(SequencePattern::Parse("a%s.png").has_value());
+    EXPECT_FALSE(LooksLikePattern("100%%.png"));
+    EXPECT_TRUE(LooksLikePattern("a.%04d.png"));
+}
+
+TEST(SequencePattern, FrameRanges) {
+    const auto r = ParseFrameRange("1001-1100");
+    ASSERT_TRUE(r.has_value());
+    EXPECT_EQ(r->count(), 100);
+    EXPECT_EQ(ParseFrameRange("7")->first, 7);
+    EXPECT_FALSE(ParseFrameRange("9-3").has_value());
+    EXPECT_FALSE(ParseFrameRange("-3").has_value());
+    EXPECT_FALSE(ParseFrameRange("1-").has_value());
+    EXPECT_FALSE(ParseFrameRange("a-b").has_value());
+}
+
+TEST(SequencePattern, ExistingFramesAreFoundInOrder) {
+    test::TempDir dir;
+    for (const char* name : {"f.0010.png", "f.0002.png", "f.02.png", "g.0003.png"}) {
+        std::ofstream(dir / name) << "x";
+    }
+    const auto p = SequencePattern::Parse(dir / "f.%04d.png");
+    EXPECT_EQ(p->ExistingFrames(), (std::vector<int64_t>{2, 10}));
+}
+
+TEST(SafeOutput, OnlyACommittedOutputAppears) {
+    test::TempDir dir;
+    const fs::path final = dir.path() / "out.png";
+    {
+        SafeOutput out(final);
+        EXPECT_EQ(out.temporary().parent_path(), dir.path());
+        EXPECT_EQ(out.temporary().extension(), ".png");
+        std::ofstream(out.temporary()) << "partial";
+    }
+    EXPECT_FALSE(fs::exists(final));
+    EXPECT_TRUE(dir.HiddenFiles().empty());
+    {
+        SafeOutput out(final);
+        std::ofstream(out.temporary()) << "done";
+        out.Commit();
+    }
+    EXPECT_TRUE(fs::exists(final));
+    EXPECT_TRUE(dir.HiddenFiles().empty());
+    EXPECT_EQ(CodeOf([&] { CheckDestination("", final, false); }), ExitCode::OutputRefused);
+    EXPECT_EQ(CodeOf([&] { CheckDestination("", final, true); }), ExitCode::Ok);
+    EXPECT_EQ(CodeOf([&] { CheckDestination(final, final, true); }), ExitCode::OutputRefused);
+    EXPECT_EQ(CodeOf([&] { SafeOutput(dir.path() / "missing" / "o.png"); }),
+              ExitCode::OutputFailed);
+}
+
+TEST(Progress, BarShowsFramesRateAndTimeLeft) {
+    const std::string line = Progress::Render(25, 100, 5.0, 20);
+    EXPECT_NE(line.find("[#####...............]"), std::string::npos) << line;
+    EXPECT_NE(line.find("25/100 frames"), std::string::npos) << line;
+    EXPECT_NE(line.find("5.00 fps"), std::string::npos) << line;
+    EXPECT_NE(line.find("00:15 left"), std::string::npos) << line;
+    EXPECT_NE(Progress::Render(3, 0, 1.0).find("3 frames"), std::string::npos);
+}
+
+TEST(RunSummary, JsonEscapesAndListsStages) {
+    EXPECT_EQ(JsonString("a\"b\\c\n\x01"), "\"a\\\"b\\\\c\\n\\u0001\"");
+    RunSummary s;
+    s.command = "upscale";
+    s.frames = 4;
+    s.totalSeconds = 2.0;
+    s.stageSeconds = {{"engine", 1.5}};
+    const std::string j = ToJson(s);
+    EXPECT_NE(j.find("\"seconds\":{\"total\":2.000000,\"engine\":1.500000}"), std::string::npos)
+        << j;
+    EXPECT_NE(j.find("\"frames_per_second\":2.000000"), std::string::npos) << j;
+}
+
+TEST(Options, BitratesKernelsAndNearestNeighbour) {
+    EXPECT_EQ(ParseBitrate("40M"), 40000000);
+    EXPECT_EQ(ParseBitrate("800k"), 800000);
+    EXPECT_FALSE(ParseBitrate("fast").has_value());
+    EXPECT_FALSE(ParseBitrate("-5").has_value());
+    EXPECT_EQ(ParseKernelChoice("two-pass"), KernelChoice::TwoPass);
+    EXPECT_FALSE(ParseKernelChoice("fast").has_value());
+    EXPECT_EQ(NearestSource(0, 320, 640), 0u);
+    EXPECT_EQ(NearestSource(639, 320, 640), 319u);
+    EXPECT_EQ(NearestSource(2, 1920, 3840), 1u);
+    const CropRect crop = ChooseCrop(3840, 2160, 0, 0, std::nullopt, std::nullopt);
+    EXPECT_EQ(crop.x, 1440u);
+    EXPECT_EQ(crop.width, 960u);
+    EXPECT_EQ(ChooseCrop(640, 360, 960, 540, 5u, 5u).x, 0u) << "clamped to fit";
+}
+
+}  // namespace
+}  // namespace quillon

@@ -1,0 +1,127 @@
+#include "FrameConversion.h"
+
+#include <cstring>
+
+namespace quillon {
+
+namespace {
+
+constexpr uint8_t kMax8 = 255;
+
+inline uint16_t LoadLe16(const uint8_t* p) {
+    return static_cast<uint16_t>(p[0] | (p[1] << 8));
+}
+
+inline void StoreLe16(uint8_t* p, uint16_t v) {
+    p[0] = static_cast<uint8_t>(v & 0xff);
+    p[1] = static_cast<uint8_t>(v >> 8);
+}
+
+inline uint16_t HostAlphaFromTransparency(uint16_t t) {
+    return static_cast<uint16_t>(t >= kHostMax16 ? 0 : kHostMax16 - t);
+}
+
+}  // namespace
+
+void RgbaImage::Allocate(uint32_t w, uint32_t h, int depth) {
+    width = w;
+    height = h;
+    bits = depth;
+    const size_t count = size_t{w} * h * 4;
+    if (depth == 8) {
+        pixels8.assign(count, 0);
+        pixels16.clear();
+    } else {
+        pixels16.assign(count, 0);
+        pixels8.clear();
+    }
+}
+
+void WorkingFrame::Allocate(uint32_t w, uint32_t h, int depth) {
+    width = w;
+    height = h;
+    bits = depth;
+    bytes.resize(size_t{w} * h * (depth == 8 ? 4 : 8));
+}
+
+void ToWorkingFrame(const RgbaImage& image, WorkingFrame& frame) {
+    frame.Allocate(image.width, image.height, image.bits);
+    const size_t n = image.PixelCount();
+    if (image.bits == 8) {
+        const uint8_t* s = image.pixels8.data();
+        uint8_t* d = frame.bytes.data();
+        for (size_t i = 0; i < n; ++i, s += 4, d += 4) {
+            d[0] = s[2];
+            d[1] = s[1];
+            d[2] = s[0];
+            d[3] = static_cast<uint8_t>(kMax8 - s[3]);
+        }
+        return;
+    }
+    const uint16_t* s = image.pixels16.data();
+    auto* d = reinterpret_cast<uint16_t*>(frame.bytes.data());
+    for (size_t i = 0; i < n; ++i, s += 4, d += 4) {
+        d[0] = FileToHost16(s[2]);
+        d[1] = FileToHost16(s[1]);
+        d[2] = FileToHost16(s[0]);
+        d[3] = static_cast<uint16_t>(kHostMax16 - FileToHost16(s[3]));
+    }
+}
+
+void FromWorkingFrame(const WorkingFrame& frame, RgbaImage& image) {
+    image.Allocate(frame.width, frame.height, frame.bits);
+    const size_t n = frame.PixelCount();
+    if (frame.bits == 8) {
+        const uint8_t* s = frame.bytes.data();
+        uint8_t* d = image.pixels8.data();
+        for (size_t i = 0; i < n; ++i, s += 4, d += 4) {
+            d[0] = s[2];
+            d[1] = s[1];
+            d[2] = s[0];
+            d[3] = static_cast<uint8_t>(kMax8 - s[3]);
+        }
+        return;
+    }
+    const auto* s = reinterpret_cast<const uint16_t*>(frame.bytes.data());
+    uint16_t* d = image.pixels16.data();
+    for (size_t i = 0; i < n; ++i, s += 4, d += 4) {
+        d[0] = HostToFile16(s[2]);
+        d[1] = HostToFile16(s[1]);
+        d[2] = HostToFile16(s[0]);
+        d[3] = HostToFile16(HostAlphaFromTransparency(s[3]));
+    }
+}
+
+void BgraToWorking(const uint8_t* bgra, size_t pixelCount, uint8_t* working) {
+    if (working != bgra) {
+        std::memcpy(working, bgra, pixelCount * 4);
+    }
+    for (size_t i = 0; i < pixelCount; ++i) {
+        working[i * 4 + 3] = static_cast<uint8_t>(kMax8 - working[i * 4 + 3]);
+    }
+}
+
+void WorkingToBgra(const uint8_t* working, size_t pixelCount, uint8_t* bgra) {
+    // The inversion is its own inverse.
+    BgraToWorking(working, pixelCount, bgra);
+}
+
+void Rgba64leToWorking(const uint8_t* rgba64le, size_t pixelCount, uint16_t* working) {
+    for (size_t i = 0; i < pixelCount; ++i, rgba64le += 8, working += 4) {
+        working[0] = FileToHost16(LoadLe16(rgba64le + 4));
+        working[1] = FileToHost16(LoadLe16(rgba64le + 2));
+        working[2] = FileToHost16(LoadLe16(rgba64le + 0));
+        working[3] = static_cast<uint16_t>(kHostMax16 - FileToHost16(LoadLe16(rgba64le + 6)));
+    }
+}
+
+void WorkingToRgba64le(const uint16_t* working, size_t pixelCount, uint8_t* rgba64le) {
+    for (size_t i = 0; i < pixelCount; ++i, rgba64le += 8, working += 4) {
+        StoreLe16(rgba64le + 0, HostToFile16(working[2]));
+        StoreLe16(rgba64le + 2, HostToFile16(working[1]));
+        StoreLe16(rgba64le + 4, HostToFile16(working[0]));
+        StoreLe16(rgba64le + 6, HostToFile16(HostAlphaFromTransparency(working[3])));
+    }
+}
+
+}  // namespace quillon

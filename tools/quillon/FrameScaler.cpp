@@ -1,0 +1,97 @@
+#include "FrameScaler.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "Errors.h"
+#include "SafeOutput.h"
+#include "engine/Engine.h"
+
+namespace quillon {
+
+namespace {
+
+// The engine does not test its allocations, so a failure must never reach
+// it: report, remove unfinished outputs and end the process.
+void* ToolEngineAlloc(uint32_t byteCount) {
+    const size_t size = (size_t{byteCount} + 15u) & ~size_t{15};
+    void* block = std::aligned_alloc(16, size == 0 ? 16 : size);
+    if (block == nullptr) {
+        std::fprintf(stderr, "quillon: error: out of memory (engine needed %u bytes)\n",
+                     static_cast<unsigned>(byteCount));
+        RemoveAllTemporaries();
+        std::_Exit(static_cast<int>(ExitCode::OutOfMemory));
+    }
+    return block;
+}
+
+void ToolEngineFree(void* block) {
+    std::free(block);
+}
+
+}  // namespace
+
+void InitialiseEngine() {
+    static bool done = false;
+    if (done) {
+        return;
+    }
+    if (SetEngineAllocator(&ToolEngineAlloc, &ToolEngineFree) != 0 ||
+        SetMaxValue16(static_cast<int32_t>(kHostMax16)) != 0 || SetMaxValue8(255) != 0) {
+        throw QuillonError(ExitCode::EngineFailed, "the engine refused its process settings");
+    }
+    done = true;
+}
+
+FrameScaler::FrameScaler(const ScaleSettings& settings) : settings_(settings) {
+    InitialiseEngine();
+    options_ = EngineOptionsFor(settings.controls);
+    ScaleRequest request;
+    request.srcWidth = settings.srcWidth;
+    request.srcHeight = settings.srcHeight;
+    request.dstWidth = settings.dstWidth;
+    request.dstHeight = settings.dstHeight;
+    request.options = options_;
+    request.depthMode = settings.bits == 16 ? DEPTH_16 : DEPTH_8;
+    request.kernelVariant =
+        settings.bits == 16 ? uint32_t{KERNEL_CELL} : static_cast<uint32_t>(settings.kernel);
+    request.sharpness = static_cast<uint32_t>(settings.controls.sharpness);
+    request.refineStrength = static_cast<uint32_t>(settings.controls.quality);
+    request.antiAliasAmount = static_cast<uint32_t>(settings.controls.antiAliasing);
+    engine_ = ScaleEngine::Create(request);
+    if (!engine_) {
+        throw QuillonError(ExitCode::EngineFailed, "the engine refused to scale " +
+                                                       std::to_string(settings.srcWidth) + "x" +
+                                                       std::to_string(settings.srcHeight) + " to " +
+                                                       std::to_string(settings.dstWidth) + "x" +
+                                                       std::to_string(settings.dstHeight));
+    }
+}
+
+void FrameScaler::Process(const WorkingFrame& source, WorkingFrame& output) {
+    if (source.width != settings_.srcWidth || source.height != settings_.srcHeight ||
+        source.bits != settings_.bits) {
+        throw QuillonError(ExitCode::CorruptInput,
+                           "frame size changed in the middle of the input (" +
+                               std::to_string(source.width) + "x" + std::to_string(source.height) +
+                               ", expected " + std::to_string(settings_.srcWidth) + "x" +
+                               std::to_string(settings_.srcHeight) + ")");
+    }
+    output.Allocate(settings_.dstWidth, settings_.dstHeight, settings_.bits);
+    Process(source.data(), output.data());
+}
+
+void FrameScaler::Process(const void* source, void* output) {
+    if (settings_.kernel == KernelChoice::None && settings_.bits == 8) {
+        // This variant leaves the output as it was; start every frame from
+        // black so the result does not depend on the previous frame.
+        std::memset(output, 0, size_t{settings_.dstWidth} * settings_.dstHeight * 4);
+    }
+    if (!engine_->Process(source, output)) {
+        throw QuillonError(ExitCode::EngineFailed, "the engine failed to process a frame");
+    }
+}
+
+}  // namespace quillon

@@ -1,0 +1,62 @@
+// One engine context for a fixed source size, target size and set of
+// controls, used for every frame of a run. It sets the engine up the way the
+// effect does when its library loads (16-bit maximum 32768, 8-bit maximum
+// 255) and creates the context with the same arguments as the effect's render
+// handler.
+#ifndef QUILLON_TOOLS_QUILLON_FRAMESCALER_H
+#define QUILLON_TOOLS_QUILLON_FRAMESCALER_H
+
+#include <cstdint>
+
+#include <optional>
+
+#include "EffectControls.h"
+#include "FrameConversion.h"
+#include "engine/ScaleEngine.hpp"
+
+namespace quillon {
+
+// The 8-bit upscale kernel variant. The effect uses two-pass unless an
+// instance says otherwise, and always the cell kernel at 16 bits.
+enum class KernelChoice : uint32_t { Cell = 0, None = 1, TwoPass = 2 };
+
+struct ScaleSettings {
+    uint32_t srcWidth = 0;
+    uint32_t srcHeight = 0;
+    uint32_t dstWidth = 0;
+    uint32_t dstHeight = 0;
+    int bits = 8;
+    KernelChoice kernel = KernelChoice::TwoPass;
+    EffectControls controls;
+};
+
+// Sets the process-wide engine state once: allocation hooks that end the
+// process cleanly (exit code OutOfMemory, temporaries removed) instead of
+// handing the engine a null block, and the effect's channel maxima.
+void InitialiseEngine();
+
+class FrameScaler {
+public:
+    // Throws QuillonError(EngineFailed) when the engine refuses the request.
+    explicit FrameScaler(const ScaleSettings& settings);
+    FrameScaler(const FrameScaler&) = delete;
+    FrameScaler& operator=(const FrameScaler&) = delete;
+
+    // source must be srcWidth x srcHeight at the settings' depth; output is
+    // (re)allocated to dstWidth x dstHeight. Throws on engine failure.
+    void Process(const WorkingFrame& source, WorkingFrame& output);
+    // Raw form for the pipe: buffers of the right sizes.
+    void Process(const void* source, void* output);
+
+    const ScaleSettings& settings() const { return settings_; }
+    uint32_t engineOptions() const { return options_; }
+
+private:
+    ScaleSettings settings_;
+    uint32_t options_ = 0;
+    std::optional<ScaleEngine> engine_;
+};
+
+}  // namespace quillon
+
+#endif  // QUILLON_TOOLS_QUILLON_FRAMESCALER_H

@@ -1,0 +1,71 @@
+// The command line: `quillon upscale`, `quillon pipe` and `quillon presets`,
+// parsed with CLI11 into plain option records.
+#ifndef QUILLON_TOOLS_QUILLON_OPTIONS_H
+#define QUILLON_TOOLS_QUILLON_OPTIONS_H
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "EffectControls.h"
+#include "FrameScaler.h"
+#include "TargetSize.h"
+#include "VideoIO.h"
+
+namespace CLI {
+class App;
+}
+
+namespace quillon {
+
+// Options both upscale and pipe take.
+struct CommonOptions {
+    SizeRequest size;
+    EffectControls controls;
+    bool quiet = false;
+    bool json = false;
+};
+
+struct UpscaleOptions : CommonOptions {
+    std::string input;
+    std::string output;
+    std::optional<std::string> frames;  // FIRST-LAST for sequences
+    bool force = false;
+    VideoEncodeOptions video;
+    std::string compare;  // side-by-side crop PNG
+    std::optional<SizeSpec> compareCrop;
+    std::optional<uint32_t> compareX;
+    std::optional<uint32_t> compareY;
+};
+
+struct PipeOptions : CommonOptions {
+    uint32_t inWidth = 0;
+    uint32_t inHeight = 0;
+    int depth = 8;
+    KernelChoice kernel = KernelChoice::TwoPass;
+};
+
+enum class Command { None, Upscale, Pipe, Presets };
+
+struct ParsedCommandLine {
+    Command command = Command::None;
+    UpscaleOptions upscale;
+    PipeOptions pipe;
+};
+
+// Parses argv. Returns the exit code to end with when parsing ends the run
+// (help was printed: 0; a usage error was reported on one line: 2), or
+// nullopt to go on with parsed filled in.
+std::optional<int> ParseCommandLine(int argc, const char* const* argv, ParsedCommandLine& parsed);
+
+// "cell", "two-pass", "none".
+std::optional<KernelChoice> ParseKernelChoice(const std::string& text);
+const char* KernelChoiceName(KernelChoice kernel);
+
+// "8000000", "8000k", "8M".
+std::optional<int64_t> ParseBitrate(const std::string& text);
+
+}  // namespace quillon
+
+#endif  // QUILLON_TOOLS_QUILLON_OPTIONS_H

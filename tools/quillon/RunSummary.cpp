@@ -1,0 +1,88 @@
+#include "RunSummary.h"
+
+#include <cmath>
+#include <cstdio>
+
+namespace quillon {
+
+namespace {
+
+std::string Number(double value) {
+    if (!std::isfinite(value)) {
+        return "null";
+    }
+    char text[64];
+    std::snprintf(text, sizeof text, "%.6f", value);
+    return text;
+}
+
+}  // namespace
+
+std::string JsonString(const std::string& text) {
+    std::string out = "\"";
+    for (const char ch : text) {
+        const auto c = static_cast<unsigned char>(ch);
+        switch (c) {
+            case '"':
+                out += "\\\"";
+                break;
+            case '\\':
+                out += "\\\\";
+                break;
+            case '\n':
+                out += "\\n";
+                break;
+            case '\r':
+                out += "\\r";
+                break;
+            case '\t':
+                out += "\\t";
+                break;
+            default:
+                if (c < 0x20) {
+                    char esc[8];
+                    std::snprintf(esc, sizeof esc, "\\u%04x", c);
+                    out += esc;
+                } else {
+                    out += ch;
+                }
+        }
+    }
+    out += "\"";
+    return out;
+}
+
+std::string ToJson(const RunSummary& s) {
+    std::string j = "{";
+    j += "\"command\":" + JsonString(s.command);
+    j += ",\"kind\":" + JsonString(s.kind);
+    j += ",\"input\":" + JsonString(s.input);
+    j += ",\"output\":" + JsonString(s.output);
+    j += ",\"frames\":" + std::to_string(s.frames);
+    j += ",\"source\":{\"width\":" + std::to_string(s.sourceWidth) +
+         ",\"height\":" + std::to_string(s.sourceHeight) + "}";
+    j += ",\"target\":{\"width\":" + std::to_string(s.targetWidth) +
+         ",\"height\":" + std::to_string(s.targetHeight) + "}";
+    j += ",\"bits\":" + std::to_string(s.bits);
+    j += ",\"size_rule\":" + JsonString(s.sizeRule);
+    j += ",\"filter\":" + JsonString(s.filter);
+    j += ",\"sharpness\":" + std::to_string(s.sharpness);
+    j += ",\"quality\":" + std::to_string(s.quality);
+    j += ",\"anti_aliasing\":" + std::to_string(s.antiAliasing);
+    j += ",\"engine_options\":" + std::to_string(s.engineOptions);
+    j += ",\"kernel\":" + JsonString(s.kernel);
+    if (!s.codec.empty()) {
+        j += ",\"codec\":" + JsonString(s.codec);
+    }
+    j += ",\"seconds\":{\"total\":" + Number(s.totalSeconds);
+    for (const auto& [name, seconds] : s.stageSeconds) {
+        j += "," + JsonString(name) + ":" + Number(seconds);
+    }
+    j += "}";
+    const double fps = s.totalSeconds > 0 ? static_cast<double>(s.frames) / s.totalSeconds : 0.0;
+    j += ",\"frames_per_second\":" + Number(fps);
+    j += "}";
+    return j;
+}
+
+}  // namespace quillon

@@ -1,0 +1,47 @@
+// What a run did, for --json: frames, sizes, depth, controls and where the
+// time went. Engine time is one figure because the engine runs all its passes
+// (upscale, anti-aliasing, refinement, sharpening) in one call.
+#ifndef QUILLON_TOOLS_QUILLON_RUNSUMMARY_H
+#define QUILLON_TOOLS_QUILLON_RUNSUMMARY_H
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace quillon {
+
+struct RunSummary {
+    std::string command;  // "upscale" or "pipe"
+    std::string kind;     // "still", "sequence", "video", "raw"
+    std::string input;
+    std::string output;
+    int64_t frames = 0;
+    uint32_t sourceWidth = 0;
+    uint32_t sourceHeight = 0;
+    uint32_t targetWidth = 0;
+    uint32_t targetHeight = 0;
+    int bits = 8;
+    std::string sizeRule;
+    std::string filter;
+    int sharpness = 0;
+    int quality = 0;
+    int antiAliasing = 0;
+    uint32_t engineOptions = 0;
+    std::string kernel;
+    std::string codec;  // video only
+    double totalSeconds = 0;
+    // Named stages in the order they run: read/decode, convert_in, engine,
+    // convert_out, write/encode.
+    std::vector<std::pair<std::string, double>> stageSeconds;
+};
+
+// One JSON object on one line.
+std::string ToJson(const RunSummary& summary);
+
+// A JSON string literal with the escapes JSON requires.
+std::string JsonString(const std::string& text);
+
+}  // namespace quillon
+
+#endif  // QUILLON_TOOLS_QUILLON_RUNSUMMARY_H

@@ -1,0 +1,38 @@
+// Reading and writing still images (PNG, TIFF, DPX, OpenEXR, JPEG and the
+// other formats OpenImageIO knows) as 8- or 16-bit RGBA.
+#ifndef QUILLON_TOOLS_QUILLON_STILLIO_H
+#define QUILLON_TOOLS_QUILLON_STILLIO_H
+
+#include <filesystem>
+#include <string>
+
+#include "FrameConversion.h"
+
+namespace quillon {
+
+struct StillImage {
+    RgbaImage image;         // 8 bits for 8-bit files, 16 bits for everything deeper
+    bool hasAlpha = false;   // the file had an alpha channel
+    std::string formatName;  // OpenImageIO's format name ("png", "openexr", ...)
+    std::string sourceType;  // channel type in the file ("uint8", "half", ...)
+};
+
+// Throws QuillonError: InputMissing (absent or unreadable), Unsupported (no
+// reader for the format), CorruptInput (header or pixels unreadable),
+// SizeOutOfRange (a side below 4 or above 65535 pixels).
+StillImage ReadStill(const std::filesystem::path& path);
+
+// Writes image to path in the format its extension names. The channel type
+// follows the image (8 or 16 bits) except where the format decides: JPEG is
+// always 8 bits, OpenEXR is written as half floats. Alpha is written when
+// keepAlpha is set and the format can hold it. Throws Unsupported (no writer
+// for the extension) or OutputFailed.
+void WriteStill(const std::filesystem::path& path, const RgbaImage& image, bool keepAlpha,
+                const std::filesystem::path& formatHint = {});
+
+// True when OpenImageIO has a writer for the extension of path.
+bool CanWriteStill(const std::filesystem::path& path);
+
+}  // namespace quillon
+
+#endif  // QUILLON_TOOLS_QUILLON_STILLIO_H

@@ -1,0 +1,348 @@
+#include <algorithm>
+#include <cctype>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <set>
+
+#include "Commands.h"
+#include "Compare.h"
+#include "Errors.h"
+#include "Interrupt.h"
+#include "Progress.h"
+#include "RunSummary.h"
+#include "SafeOutput.h"
+#include "SequencePattern.h"
+#include "StillIO.h"
+#include "VideoIO.h"
+
+namespace fs = std::filesystem;
+
+namespace quillon {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double Since(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+// Extensions read and written as stills through OpenImageIO. Everything else
+// is a video container for FFmpeg.
+bool IsStillExtension(const fs::path& path) {
+    static const std::set<std::string> kStill = {
+        ".png", ".tif", ".tiff", ".dpx", ".exr", ".jpg", ".jpeg", ".jpe",  ".bmp", ".tga",
+        ".ppm", ".pgm", ".pnm",  ".sgi", ".rgb", ".cin", ".hdr",  ".webp", ".jp2", ".j2k"};
+    std::string ext = path.extension().string();
+    std::transform(ext.begin(), ext.end(), ext.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return kStill.count(ext) != 0;
+}
+
+// Per-stage times of the frame path.
+struct StageTimes {
+    double read = 0;
+    double convertIn = 0;
+    double engine = 0;
+    double convertOut = 0;
+    double write = 0;
+};
+
+// Converts, enlarges and converts back one RGBA image.
+void EnlargeImage(FrameScaler& scaler, const RgbaImage& source, RgbaImage& result, WorkingFrame& in,
+                  WorkingFrame& out, StageTimes& times) {
+    ThrowIfInterrupted();
+    auto t0 = Clock::now();
+    ToWorkingFrame(source, in);
+    times.convertIn += Since(t0);
+    t0 = Clock::now();
+    scaler.Process(in, out);
+    times.engine += Since(t0);
+    t0 = Clock::now();
+    FromWorkingFrame(out, result);
+    times.convertOut += Since(t0);
+}
+
+ScaleSettings SettingsFor(const UpscaleOptions& o, uint32_t sw, uint32_t sh, int bits,
+                          ResolvedSize& target) {
+    target = ResolveTargetSize(o.size, sw, sh);
+    CheckScaleSizes(sw, sh, target.width, target.height, bits);
+    ScaleSettings s;
+    s.srcWidth = sw;
+    s.srcHeight = sh;
+    s.dstWidth = target.width;
+    s.dstHeight = target.height;
+    s.bits = bits;
+    s.kernel = KernelChoice::TwoPass;
+    s.controls = o.controls;
+    return s;
+}
+
+void FillSummary(RunSummary& summary, const UpscaleOptions& o, const FrameScaler& scaler,
+                 const ResolvedSize& target) {
+    const ScaleSettings& s = scaler.settings();
+    summary.command = "upscale";
+    summary.input = o.input;
+    summary.output = o.output;
+    summary.sourceWidth = s.srcWidth;
+    summary.sourceHeight = s.srcHeight;
+    summary.targetWidth = s.dstWidth;
+    summary.targetHeight = s.dstHeight;
+    summary.bits = s.bits;
+    summary.sizeRule = target.how;
+    summary.filter = FilterTypeName(s.controls.filter);
+    summary.sharpness = s.controls.sharpness;
+    summary.quality = s.controls.quality;
+    summary.antiAliasing = s.controls.antiAliasing;
+    summary.engineOptions = scaler.engineOptions();
+    summary.kernel = s.bits == 16 ? "cell" : KernelChoiceName(s.kernel);
+}
+
+void Report(const UpscaleOptions& o, const RunSummary& summary) {
+    if (o.json) {
+        std::printf("%s\n", ToJson(summary).c_str());
+        std::fflush(stdout);
+    }
+    if (!o.quiet) {
+        std::fprintf(stderr, "quillon: %s %ux%u -> %s %ux%u, %s, %lld frame%s in %.2f s\n",
+                     summary.input.c_str(), summary.sourceWidth, summary.sourceHeight,
+                     summary.output.c_str(), summary.targetWidth, summary.targetHeight,
+                     summary.filter.c_str(), static_cast<long long>(summary.frames),
+                     summary.frames == 1 ? "" : "s", summary.totalSeconds);
+    }
+}
+
+void WriteComparison(const UpscaleOptions& o, const RgbaImage& source, const RgbaImage& result) {
+    const SizeSpec crop = o.compareCrop.value_or(SizeSpec{960u, 540u});
+    const CropRect rect =
+        ChooseCrop(result.width, result.height, *crop.width, *crop.height, o.compareX, o.compareY);
+    const RgbaImage comparison = BuildComparison(source, result, rect);
+    CheckDestination(o.input, o.compare, o.force);
+    SafeOutput out(o.compare);
+    WriteStill(out.temporary(), comparison, false, o.compare);
+    out.Commit();
+}
+
+void RunStill(const UpscaleOptions& o) {
+    const auto start = Clock::now();
+    StageTimes times;
+    if (!IsStillExtension(o.output) || !CanWriteStill(o.output)) {
+        throw QuillonError(ExitCode::Unsupported,
+                           "'" + o.output + "' is not an image format quillon can write");
+    }
+    if (!o.compare.empty() && !CanWriteStill(o.compare)) {
+        throw QuillonError(ExitCode::Unsupported,
+                           "'" + o.compare + "' is not an image format quillon can write");
+    }
+    auto t0 = Clock::now();
+    const StillImage still = ReadStill(o.input);
+    times.read += Since(t0);
+    CheckDestination(o.input, o.output, o.force);
+    ResolvedSize target;
+    FrameScaler scaler(
+        SettingsFor(o, still.image.width, still.image.height, still.image.bits, target));
+
+    Progress progress(1, !o.quiet && Progress::StderrIsTerminal());
+    RgbaImage result;
+    WorkingFrame in;
+    WorkingFrame out;
+    EnlargeImage(scaler, still.image, result, in, out, times);
+
+    t0 = Clock::now();
+    SafeOutput output(o.output);
+    WriteStill(output.temporary(), result, still.hasAlpha, o.output);
+    output.Commit();
+    times.write += Since(t0);
+    progress.Update(1);
+    progress.Finish();
+    if (!o.compare.empty()) {
+        WriteComparison(o, still.image, result);
+    }
+
+    RunSummary summary;
+    FillSummary(summary, o, scaler, target);
+    summary.kind = "still";
+    summary.frames = 1;
+    summary.totalSeconds = Since(start);
+    summary.stageSeconds = {{"read", times.read},
+                            {"convert_in", times.convertIn},
+                            {"engine", times.engine},
+                            {"convert_out", times.convertOut},
+                            {"write", times.write}};
+    Report(o, summary);
+}
+
+void RunSequence(const UpscaleOptions& o) {
+    const auto start = Clock::now();
+    const auto inPattern = SequencePattern::Parse(o.input);
+    if (!inPattern) {
+        throw QuillonError(ExitCode::Usage,
+                           "'" + o.input + "' is not a sequence pattern (one %d or %0Nd)");
+    }
+    const auto outPattern = SequencePattern::Parse(o.output);
+    if (!outPattern) {
+        throw QuillonError(ExitCode::Usage,
+                           "a sequence needs an output pattern too, such as out.%04d.png");
+    }
+    if (!IsStillExtension(outPattern->Format(0)) || !CanWriteStill(outPattern->Format(0))) {
+        throw QuillonError(ExitCode::Unsupported,
+                           "'" + o.output + "' is not an image format quillon can write");
+    }
+    std::vector<int64_t> frames;
+    if (o.frames) {
+        const auto range = ParseFrameRange(*o.frames);
+        if (!range) {
+            throw QuillonError(ExitCode::Usage,
+                               "--frames expects FIRST-LAST, got '" + *o.frames + "'");
+        }
+        for (int64_t f = range->first; f <= range->last; ++f) {
+            frames.push_back(f);
+        }
+    } else {
+        frames = inPattern->ExistingFrames();
+        if (frames.empty()) {
+            throw QuillonError(ExitCode::InputMissing, "no frames match '" + o.input + "'");
+        }
+    }
+    // Check every destination before the first frame is written.
+    for (const int64_t f : frames) {
+        CheckDestination(inPattern->Format(f), outPattern->Format(f), o.force);
+    }
+
+    StageTimes times;
+    std::optional<FrameScaler> scaler;
+    ResolvedSize target;
+    Progress progress(static_cast<int64_t>(frames.size()),
+                      !o.quiet && Progress::StderrIsTerminal());
+    RgbaImage result;
+    WorkingFrame in;
+    WorkingFrame out;
+    int64_t done = 0;
+    for (const int64_t f : frames) {
+        ThrowIfInterrupted();
+        const std::string inName = inPattern->Format(f);
+        auto t0 = Clock::now();
+        const StillImage still = ReadStill(inName);
+        times.read += Since(t0);
+        if (!scaler) {
+            scaler.emplace(
+                SettingsFor(o, still.image.width, still.image.height, still.image.bits, target));
+        } else if (still.image.width != scaler->settings().srcWidth ||
+                   still.image.height != scaler->settings().srcHeight ||
+                   still.image.bits != scaler->settings().bits) {
+            throw QuillonError(
+                ExitCode::CorruptInput,
+                "frame '" + inName + "' differs in size or depth from the first frame");
+        }
+        EnlargeImage(*scaler, still.image, result, in, out, times);
+        t0 = Clock::now();
+        SafeOutput output(outPattern->Format(f));
+        WriteStill(output.temporary(), result, still.hasAlpha, output.destination());
+        output.Commit();
+        times.write += Since(t0);
+        progress.Update(++done);
+    }
+    progress.Finish();
+
+    RunSummary summary;
+    FillSummary(summary, o, *scaler, target);
+    summary.kind = "sequence";
+    summary.frames = done;
+    summary.totalSeconds = Since(start);
+    summary.stageSeconds = {{"read", times.read},
+                            {"convert_in", times.convertIn},
+                            {"engine", times.engine},
+                            {"convert_out", times.convertOut},
+                            {"write", times.write}};
+    Report(o, summary);
+}
+
+void RunVideo(const UpscaleOptions& o) {
+    const auto start = Clock::now();
+    if (IsStillExtension(o.output) || !IsVideoContainer(o.output)) {
+        throw QuillonError(ExitCode::Unsupported,
+                           "'" + o.output + "' is not a video container quillon can write");
+    }
+    if (!o.compare.empty()) {
+        throw QuillonError(ExitCode::Usage, "--compare works on stills only");
+    }
+    const VideoInfo info = ProbeVideo(o.input);
+    CheckDestination(o.input, o.output, o.force);
+    ResolvedSize target;
+    FrameScaler scaler(SettingsFor(o, info.width, info.height, info.bits, target));
+
+    StageTimes times;
+    VideoTimings videoTimes;
+    WorkingFrame in;
+    WorkingFrame out;
+    Progress progress(info.frameCount, !o.quiet && Progress::StderrIsTerminal());
+    SafeOutput output(o.output);
+    const int64_t frames = TranscodeVideo(
+        o.input, output.temporary(), target.width, target.height, o.video,
+        [&](const RgbaImage& source, RgbaImage& result) {
+            EnlargeImage(scaler, source, result, in, out, times);
+        },
+        [&](int64_t done) { progress.Update(done); }, videoTimes);
+    output.Commit();
+    progress.Finish();
+
+    RunSummary summary;
+    FillSummary(summary, o, scaler, target);
+    summary.kind = "video";
+    summary.frames = frames;
+    summary.codec = o.video.codec.empty() ? DefaultVideoCodec(o.output, info.bits) : o.video.codec;
+    summary.totalSeconds = Since(start);
+    summary.stageSeconds = {{"decode", videoTimes.decode},
+                            {"convert_in", times.convertIn},
+                            {"engine", times.engine},
+                            {"convert_out", times.convertOut},
+                            {"encode", videoTimes.encode}};
+    Report(o, summary);
+}
+
+}  // namespace
+
+MediaKind ClassifyPath(const std::string& path) {
+    if (LooksLikePattern(fs::path(path).filename().string())) {
+        return MediaKind::Sequence;
+    }
+    return IsStillExtension(path) ? MediaKind::Still : MediaKind::Video;
+}
+
+void RunUpscale(const UpscaleOptions& o) {
+    const MediaKind kind = ClassifyPath(o.input);
+    if (kind != MediaKind::Sequence) {
+        std::error_code ec;
+        if (!fs::exists(o.input, ec)) {
+            throw QuillonError(ExitCode::InputMissing, "input '" + o.input + "' does not exist");
+        }
+        if (fs::is_directory(o.input, ec)) {
+            throw QuillonError(ExitCode::InputMissing, "input '" + o.input + "' is a directory");
+        }
+    }
+    switch (kind) {
+        case MediaKind::Sequence:
+            RunSequence(o);
+            return;
+        case MediaKind::Still:
+            if (ClassifyPath(o.output) == MediaKind::Sequence) {
+                throw QuillonError(ExitCode::Usage,
+                                   "a single picture cannot go to a sequence pattern");
+            }
+            RunStill(o);
+            return;
+        case MediaKind::Video:
+            if (o.frames) {
+                throw QuillonError(ExitCode::Usage, "--frames applies to image sequences only");
+            }
+            RunVideo(o);
+            return;
+    }
+}
+
+void RunPresets() {
+    std::fputs(ListPresets().c_str(), stdout);
+}
+
+}  // namespace quillon
