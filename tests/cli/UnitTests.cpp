@@ -130,14 +130,15 @@ TEST(TargetSize, PresetsFollowTheEffectsRules) {
     auto anamorphic = ResolveTargetSize(fitWidth, 720, 480);
     EXPECT_EQ(anamorphic.width, 4266u);
     EXPECT_EQ(anamorphic.height, 2844u);
-    // "Fit To Comp" rows use the source unless a composition is named.
-    EXPECT_EQ(ResolveTargetSize(Preset("2"), 640, 360).width, 640u);
+    // "Fit To Comp" rows fit an Ultra HD composition unless one is named.
+    EXPECT_EQ(ResolveTargetSize(Preset("2"), 640, 360).width, 3840u);
+    EXPECT_EQ(ResolveTargetSize(Preset("2"), 640, 360).height, 2160u);
     SizeRequest comp = Preset("1");
     comp.comp = SizeSpec{1920u, 1080u};
     EXPECT_EQ(ResolveTargetSize(comp, 640, 360).height, 1080u);
     EXPECT_EQ(ResolveTargetSize(comp, 640, 360).width, 1920u);
     // No size option at all: the effect's default row, Fit To Comp Width.
-    EXPECT_EQ(ResolveTargetSize(SizeRequest{}, 500, 300).width, 500u);
+    EXPECT_EQ(ResolveTargetSize(SizeRequest{}, 500, 300).width, 3840u);
     EXPECT_EQ(CodeOf([] { FindPresetPosition("3"); }), ExitCode::Ok) << "separators exist";
     EXPECT_EQ(CodeOf([] { ResolveTargetSize(Preset("3"), 500, 300); }), ExitCode::Usage)
         << "a separator needs --size like Custom";

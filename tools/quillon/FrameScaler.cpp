@@ -11,35 +11,14 @@
 
 namespace quillon {
 
-namespace {
-
-// The engine does not test its allocations, so a failure must never reach
-// it: report, remove unfinished outputs and end the process.
-void* ToolEngineAlloc(uint32_t byteCount) {
-    const size_t size = (size_t{byteCount} + 15u) & ~size_t{15};
-    void* block = std::aligned_alloc(16, size == 0 ? 16 : size);
-    if (block == nullptr) {
-        std::fprintf(stderr, "quillon: error: out of memory (engine needed %u bytes)\n",
-                     static_cast<unsigned>(byteCount));
-        RemoveAllTemporaries();
-        std::_Exit(static_cast<int>(ExitCode::OutOfMemory));
-    }
-    return block;
-}
-
-void ToolEngineFree(void* block) {
-    std::free(block);
-}
-
-}  // namespace
-
 void InitialiseEngine() {
     static bool done = false;
     if (done) {
         return;
     }
-    if (SetEngineAllocator(&ToolEngineAlloc, &ToolEngineFree) != 0 ||
-        SetMaxValue16(static_cast<int32_t>(kHostMax16)) != 0 || SetMaxValue8(255) != 0) {
+    // The engine's own aligned allocator serves the tool: the engine checks
+    // every allocation and reports a failure as a refused request or frame.
+    if (SetMaxValue16(static_cast<int32_t>(kHostMax16)) != 0 || SetMaxValue8(255) != 0) {
         throw QuillonError(ExitCode::EngineFailed, "the engine refused its process settings");
     }
     done = true;
@@ -90,7 +69,8 @@ void FrameScaler::Process(const void* source, void* output) {
         std::memset(output, 0, size_t{settings_.dstWidth} * settings_.dstHeight * 4);
     }
     if (!engine_->Process(source, output)) {
-        throw QuillonError(ExitCode::EngineFailed, "the engine failed to process a frame");
+        throw QuillonError(ExitCode::EngineFailed,
+                           "the engine failed to process a frame (out of memory)");
     }
 }
 

@@ -31,7 +31,7 @@ void AddCommon(CLI::App* app, CommonOptions& o, RawCommon& raw) {
     app->add_option("--pixel-aspect", o.size.pixelAspect, "Pixel aspect ratio of the source")
         ->capture_default_str();
     app->add_option("--comp", raw.comp,
-                    "Composition size WxH for the \"Fit To Comp\" presets (default: the source)");
+                    "Composition size WxH for the \"Fit To Comp\" presets (default: 3840x2160)");
     app->add_option("--comp-pixel-aspect", o.size.compPixelAspect,
                     "Pixel aspect ratio of the composition")
         ->capture_default_str();

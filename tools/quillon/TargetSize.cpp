@@ -174,8 +174,10 @@ ResolvedSize ResolveTargetSize(const SizeRequest& r, uint32_t sw, uint32_t sh) {
         !std::isfinite(r.compPixelAspect)) {
         throw QuillonError(ExitCode::Usage, "pixel aspect ratios must be positive numbers");
     }
-    const uint32_t compW = r.comp && r.comp->width ? *r.comp->width : sw;
-    const uint32_t compH = r.comp && r.comp->height ? *r.comp->height : sh;
+    // Files have no composition: the "Fit To Comp" presets fit an Ultra HD
+    // frame unless --comp names another.
+    const uint32_t compW = r.comp && r.comp->width ? *r.comp->width : kDefaultCompWidth;
+    const uint32_t compH = r.comp && r.comp->height ? *r.comp->height : kDefaultCompHeight;
 
     auto customSize = [&]() -> ResolvedSize {
         if (!r.size) {

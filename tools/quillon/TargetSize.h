@@ -1,8 +1,8 @@
 // The target size of a run, by the effect's rules: a row of the effect's 4K
 // preset table (by position or text), a custom size (optionally kept in the
 // source's proportions), or a width/height fit to a given box. The
-// composition of the effect's "Fit To Comp" rows is the source itself unless
-// --comp names one; pixels are square unless --pixel-aspect says otherwise.
+// composition of the effect's "Fit To Comp" rows is an Ultra HD frame
+// (3840x2160) unless --comp names one; pixels are square unless --pixel-aspect says otherwise.
 #ifndef QUILLON_TOOLS_QUILLON_TARGETSIZE_H
 #define QUILLON_TOOLS_QUILLON_TARGETSIZE_H
 
@@ -27,10 +27,13 @@ struct SizeRequest {
     FitMode fit = FitMode::None;   // --fit
     bool keepAspect = false;       // --keep-aspect ("Constrain Proportions")
     double pixelAspect = 1.0;      // --pixel-aspect: the source's (layer's) pixel aspect
-    std::optional<SizeSpec> comp;  // --comp: composition size; default the source
+    std::optional<SizeSpec> comp;  // --comp: composition size; default Ultra HD
     double compPixelAspect = 1.0;  // --comp-pixel-aspect
 };
 
+// The composition that "Fit To Comp" fits when --comp is not given.
+inline constexpr uint32_t kDefaultCompWidth = 3840;
+inline constexpr uint32_t kDefaultCompHeight = 2160;
 // The effect's custom-size slider range.
 inline constexpr uint32_t kCustomSizeMin = 100;
 inline constexpr uint32_t kCustomSizeMax = 8192;
