@@ -2,14 +2,14 @@
 
 #include "host/Commands.h"
 #include "host/HostApp.h"
+#include "host/Render.h"
 
 namespace quillon::host {
 namespace {
 
 using CommandHandler = PF_Err (*)(const CommandArgs&);
 
-// Indexed by selector; null entries (unused commands, and render until the
-// render handler is wired in) answer PF_Err_NONE.
+// Indexed by selector; null entries (unused commands) answer PF_Err_NONE.
 constexpr CommandHandler kCommandTable[] = {
     HandleAbout,             // 0  PF_Cmd_ABOUT
     HandleGlobalSetup,       // 1  PF_Cmd_GLOBAL_SETUP
@@ -22,7 +22,7 @@ constexpr CommandHandler kCommandTable[] = {
     HandleSequenceSetdown,   // 8  PF_Cmd_SEQUENCE_SETDOWN
     nullptr,                 // 9  PF_Cmd_DO_DIALOG
     HandleFrameSetup,        // 10 PF_Cmd_FRAME_SETUP
-    nullptr,                 // 11 PF_Cmd_RENDER
+    HandleRender,            // 11 PF_Cmd_RENDER
     nullptr,                 // 12 PF_Cmd_FRAME_SETDOWN
     HandleUserChangedParam,  // 13 PF_Cmd_USER_CHANGED_PARAM
     HandleUpdateParamsUI,    // 14 PF_Cmd_UPDATE_PARAMS_UI

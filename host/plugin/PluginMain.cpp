@@ -1,15 +1,17 @@
 // The plug-in library: its load-time settings and the exported entry point.
 #include "engine/Engine.h"
 #include "host/EntryPoint.h"
+#include "host/HostMemory.h"
 #include "host/ae/PluginTypes.h"
 #include "host/plugin/PluginExport.h"
 
 namespace {
 
-// Runs when the library is loaded, before any host call: the engine clamps
-// to the host's channel maxima.
+// Runs when the library is loaded, before any host call: the engine takes
+// its memory from host handles and clamps to the host's channel maxima.
 struct LibraryLoadSettings {
     LibraryLoadSettings() {
+        SetEngineAllocator(quillon::host::AllocateHostBlock, quillon::host::FreeHostBlock);
         SetMaxValue16(PF_MAX_CHAN16);
         SetMaxValue8(PF_MAX_CHAN8);
     }

@@ -1,0 +1,180 @@
+#include "host/PixelConversion.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace quillon::host {
+namespace {
+
+// One row, host order (alpha, red, green, blue) to frame order (blue, green,
+// red, M - alpha). Plain indexed loops over restrict pointers: the compiler
+// turns them into shuffles.
+template <typename T>
+void HostRowToFrame(const T* __restrict src, T* __restrict dst, int32_t count, T m) {
+    for (int32_t i = 0; i < count; ++i) {
+        const T a = src[4 * i + 0];
+        const T r = src[4 * i + 1];
+        const T g = src[4 * i + 2];
+        const T b = src[4 * i + 3];
+        dst[4 * i + 0] = b;
+        dst[4 * i + 1] = g;
+        dst[4 * i + 2] = r;
+        dst[4 * i + 3] = static_cast<T>(m - a);
+    }
+}
+
+template <typename T>
+void FrameRowToHost(const T* __restrict src, T* __restrict dst, int32_t count, T m) {
+    for (int32_t i = 0; i < count; ++i) {
+        const T b = src[4 * i + 0];
+        const T g = src[4 * i + 1];
+        const T r = src[4 * i + 2];
+        const T t = src[4 * i + 3];
+        dst[4 * i + 0] = static_cast<T>(m - t);
+        dst[4 * i + 1] = r;
+        dst[4 * i + 2] = g;
+        dst[4 * i + 3] = b;
+    }
+}
+
+bool HasPixels(const PF_LayerDef& world) {
+    return world.data != nullptr && world.width > 0 && world.height > 0;
+}
+
+// Address of pixel (x, y) of a world of T channels.
+template <typename T>
+T* WorldPixel(const PF_LayerDef& world, int32_t x, int32_t y) {
+    uint8_t* row =
+        static_cast<uint8_t*>(world.data) + static_cast<std::ptrdiff_t>(y) * world.rowbytes;
+    return reinterpret_cast<T*>(row) + static_cast<std::ptrdiff_t>(x) * 4;
+}
+
+std::ptrdiff_t FrameOffset(int32_t x, int32_t y, int32_t frameWidth) {
+    return (static_cast<std::ptrdiff_t>(y) * frameWidth + x) * 4;
+}
+
+template <typename T>
+void ReadCropCentre(const PF_LayerDef& world, T* frame, int32_t width, int32_t height,
+                    uint32_t maxValue) {
+    if (!HasPixels(world) || frame == nullptr) {
+        return;
+    }
+    const int32_t w = width > 0 ? width : world.width;
+    const int32_t h = height > 0 ? height : world.height;
+    const int32_t regionWidth = std::min(w, world.width);
+    const int32_t regionHeight = std::min(h, world.height);
+    const int32_t x0 = (world.width - regionWidth) / 2;
+    const int32_t y0 = (world.height - regionHeight) / 2;
+    const T m = static_cast<T>(maxValue);
+    for (int32_t y = 0; y < regionHeight; ++y) {
+        HostRowToFrame(WorldPixel<const T>(world, x0, y0 + y),
+                       frame + FrameOffset(0, y, regionWidth), regionWidth, m);
+    }
+}
+
+template <typename T>
+void WriteCentre(const T* frame, const PF_LayerDef& world, int32_t width, int32_t height,
+                 uint32_t maxValue) {
+    if (!HasPixels(world) || frame == nullptr) {
+        return;
+    }
+    const int32_t frameWidth = std::max(width > 0 ? width : world.width, world.width);
+    const int32_t frameHeight = std::max(height > 0 ? height : world.height, world.height);
+    const int32_t x0 = (frameWidth - world.width) / 2;
+    const int32_t y0 = (frameHeight - world.height) / 2;
+    const T m = static_cast<T>(maxValue);
+    for (int32_t y = 0; y < world.height; ++y) {
+        FrameRowToHost(frame + FrameOffset(x0, y0 + y, frameWidth), WorldPixel<T>(world, 0, y),
+                       world.width, m);
+    }
+}
+
+// The centred overlap of a frame and a world along one axis.
+struct Span {
+    int32_t worldStart;
+    int32_t frameStart;
+    int32_t count;
+};
+
+Span Overlap(int32_t frameSize, int32_t worldSize) {
+    const int32_t d = (frameSize - worldSize) / 2;
+    if (worldSize > frameSize) {
+        return Span{-d, 0, frameSize};
+    }
+    return Span{0, d, worldSize};
+}
+
+template <typename T>
+void ReadOverlap(const PF_LayerDef& world, T* frame, int32_t width, int32_t height,
+                 uint32_t maxValue) {
+    if (!HasPixels(world) || frame == nullptr || width <= 0 || height <= 0) {
+        return;
+    }
+    const Span cols = Overlap(width, world.width);
+    const Span rows = Overlap(height, world.height);
+    const T m = static_cast<T>(maxValue);
+    for (int32_t y = 0; y < rows.count; ++y) {
+        HostRowToFrame(WorldPixel<const T>(world, cols.worldStart, rows.worldStart + y),
+                       frame + FrameOffset(cols.frameStart, rows.frameStart + y, width), cols.count,
+                       m);
+    }
+}
+
+template <typename T>
+void WriteOverlap(const T* frame, const PF_LayerDef& world, int32_t width, int32_t height,
+                  uint32_t maxValue) {
+    if (!HasPixels(world) || frame == nullptr || width <= 0 || height <= 0) {
+        return;
+    }
+    const Span cols = Overlap(width, world.width);
+    const Span rows = Overlap(height, world.height);
+    const T m = static_cast<T>(maxValue);
+    for (int32_t y = 0; y < rows.count; ++y) {
+        FrameRowToHost(frame + FrameOffset(cols.frameStart, rows.frameStart + y, width),
+                       WorldPixel<T>(world, cols.worldStart, rows.worldStart + y), cols.count, m);
+    }
+}
+
+}  // namespace
+
+void ReadCropCentre8(const PF_LayerDef& world, uint8_t* frame, int32_t width, int32_t height,
+                     uint32_t maxValue) {
+    ReadCropCentre<uint8_t>(world, frame, width, height, maxValue);
+}
+
+void ReadCropCentre16(const PF_LayerDef& world, uint16_t* frame, int32_t width, int32_t height,
+                      uint32_t maxValue) {
+    ReadCropCentre<uint16_t>(world, frame, width, height, maxValue);
+}
+
+void WriteCentre8(const uint8_t* frame, const PF_LayerDef& world, int32_t width, int32_t height,
+                  uint32_t maxValue) {
+    WriteCentre<uint8_t>(frame, world, width, height, maxValue);
+}
+
+void WriteCentre16(const uint16_t* frame, const PF_LayerDef& world, int32_t width, int32_t height,
+                   uint32_t maxValue) {
+    WriteCentre<uint16_t>(frame, world, width, height, maxValue);
+}
+
+void ReadOverlap8(const PF_LayerDef& world, uint8_t* frame, int32_t width, int32_t height,
+                  uint32_t maxValue) {
+    ReadOverlap<uint8_t>(world, frame, width, height, maxValue);
+}
+
+void ReadOverlap16(const PF_LayerDef& world, uint16_t* frame, int32_t width, int32_t height,
+                   uint32_t maxValue) {
+    ReadOverlap<uint16_t>(world, frame, width, height, maxValue);
+}
+
+void WriteOverlap8(const uint8_t* frame, const PF_LayerDef& world, int32_t width, int32_t height,
+                   uint32_t maxValue) {
+    WriteOverlap<uint8_t>(frame, world, width, height, maxValue);
+}
+
+void WriteOverlap16(const uint16_t* frame, const PF_LayerDef& world, int32_t width, int32_t height,
+                    uint32_t maxValue) {
+    WriteOverlap<uint16_t>(frame, world, width, height, maxValue);
+}
+
+}  // namespace quillon::host

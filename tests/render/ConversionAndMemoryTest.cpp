@@ -1,0 +1,375 @@
+// Pixel conversion geometry and channel mapping, the render options, and the
+// host-handle allocator, called directly with the simulator's callbacks.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstring>
+#include <type_traits>
+#include <vector>
+
+#include "engine/Engine.h"
+#include "host/HostMemory.h"
+#include "host/PixelConversion.h"
+#include "host/Render.h"
+#include "tools/hostsim/HostSimulator.h"
+
+namespace quillon::test {
+namespace {
+
+using namespace quillon::host;
+using hostsim::Callback;
+using hostsim::HostSimulator;
+
+TEST(RenderOptions, FollowFilterTypeSharpnessAndAntiAliasing) {
+    EXPECT_EQ(ComputeEngineOptions(FILTER_BETTER, 0, 6), 12u);
+    EXPECT_EQ(ComputeEngineOptions(FILTER_DRAFT, 2, 0), 2u);
+    EXPECT_EQ(ComputeEngineOptions(FILTER_DRAFT, 0, 0), 0u);
+    EXPECT_EQ(ComputeEngineOptions(FILTER_QUICK, 0, 0), 1u);
+    EXPECT_EQ(ComputeEngineOptions(FILTER_BETTER, 0, 0), 4u);
+    EXPECT_EQ(ComputeEngineOptions(FILTER_BEST, 0, 0), 5u);
+    EXPECT_EQ(ComputeEngineOptions(FILTER_BEST, 25, 10), 15u);
+    // Out-of-range popup values count as "Best"; negative sliders add nothing.
+    EXPECT_EQ(ComputeEngineOptions(0, 0, 0), 5u);
+    EXPECT_EQ(ComputeEngineOptions(9, -1, -3), 5u);
+}
+
+// ------------------------------------------------------------ conversion
+
+// A host world of T samples with padded rows (or, with a negative stride,
+// rows stored bottom-up) filled with a sentinel.
+template <typename T>
+struct TestWorld {
+    static constexpr int32_t kPad = 16 * static_cast<int32_t>(sizeof(T));
+    std::vector<uint8_t> bytes;
+    PF_LayerDef def{};
+
+    TestWorld(int32_t width, int32_t height, bool bottomUp = false) {
+        const int32_t stride = width * 4 * static_cast<int32_t>(sizeof(T)) + kPad;
+        bytes.assign(static_cast<std::size_t>(stride) * height, 0xEE);
+        def.world_flags = sizeof(T) == 2 ? PF_WorldFlag_DEEP : 0;
+        def.width = width;
+        def.height = height;
+        def.rowbytes = bottomUp ? -stride : stride;
+        def.data = bottomUp ? bytes.data() + static_cast<std::size_t>(stride) * (height - 1)
+                            : bytes.data();
+    }
+    T* At(int32_t x, int32_t y) {
+        return reinterpret_cast<T*>(static_cast<uint8_t*>(def.data) +
+                                    static_cast<std::ptrdiff_t>(y) * def.rowbytes) +
+               x * 4;
+    }
+    // Each pixel names its place: red = x, green = y, blue 7, alpha 200.
+    void Label() {
+        for (int32_t y = 0; y < def.height; ++y) {
+            for (int32_t x = 0; x < def.width; ++x) {
+                T* p = At(x, y);
+                p[0] = 200;
+                p[1] = static_cast<T>(x);
+                p[2] = static_cast<T>(y);
+                p[3] = 7;
+            }
+        }
+    }
+};
+
+constexpr uint32_t kM = 255;
+template <typename T>
+constexpr T kSentinel = static_cast<T>(sizeof(T) == 1 ? 0xEE : 0xEEEE);
+
+template <typename T>
+void Read(bool overlap, const PF_LayerDef& w, T* f, int32_t width, int32_t height) {
+    if constexpr (sizeof(T) == 1) {
+        overlap ? ReadOverlap8(w, f, width, height, kM) : ReadCropCentre8(w, f, width, height, kM);
+    } else {
+        overlap ? ReadOverlap16(w, f, width, height, kM)
+                : ReadCropCentre16(w, f, width, height, kM);
+    }
+}
+
+template <typename T>
+void Write(bool overlap, const T* f, const PF_LayerDef& w, int32_t width, int32_t height) {
+    if constexpr (sizeof(T) == 1) {
+        overlap ? WriteOverlap8(f, w, width, height, kM) : WriteCentre8(f, w, width, height, kM);
+    } else {
+        overlap ? WriteOverlap16(f, w, width, height, kM) : WriteCentre16(f, w, width, height, kM);
+    }
+}
+
+// The world pixel (x, y) of a labelled world as the frame holds it, or the
+// sentinel when the frame pixel was not written.
+template <typename T>
+std::array<T, 4> Labelled(int32_t x, int32_t y) {
+    return {7, static_cast<T>(y), static_cast<T>(x), static_cast<T>(kM - 200)};
+}
+template <typename T>
+std::array<T, 4> Untouched() {
+    return {kSentinel<T>, kSentinel<T>, kSentinel<T>, kSentinel<T>};
+}
+template <typename T>
+std::array<T, 4> FramePixel(const std::vector<T>& frame, int32_t stride, int32_t x, int32_t y) {
+    const std::size_t i = (static_cast<std::size_t>(y) * stride + x) * 4;
+    return {frame[i], frame[i + 1], frame[i + 2], frame[i + 3]};
+}
+
+template <typename T>
+class Conversion : public ::testing::Test {};
+using SampleTypes = ::testing::Types<uint8_t, uint16_t>;
+TYPED_TEST_SUITE(Conversion, SampleTypes);
+
+// A 9 x 7 world read into frames smaller and larger by odd amounts.
+TYPED_TEST(Conversion, ReadersPlaceTheCentredRegion) {
+    using T = TypeParam;
+    for (bool bottomUp : {false, true}) {
+        TestWorld<T> world(9, 7, bottomUp);
+        world.Label();
+        std::vector<T> frame(12 * 10 * 4, kSentinel<T>);
+
+        // Smaller frame 4 x 4: both start at world column 5 / 2 = 2, row 3 / 2 = 1.
+        for (bool overlap : {false, true}) {
+            std::fill(frame.begin(), frame.end(), kSentinel<T>);
+            Read<T>(overlap, world.def, frame.data(), 4, 4);
+            EXPECT_EQ(FramePixel(frame, 4, 0, 0), Labelled<T>(2, 1)) << overlap;
+            EXPECT_EQ(FramePixel(frame, 4, 3, 3), Labelled<T>(5, 4)) << overlap;
+            EXPECT_EQ(frame[16 * 4], kSentinel<T>) << overlap;
+        }
+
+        // Larger frame 12 x 10: the crop-centre reader packs the whole world
+        // at its own width from the first pixel...
+        std::fill(frame.begin(), frame.end(), kSentinel<T>);
+        Read<T>(false, world.def, frame.data(), 12, 10);
+        EXPECT_EQ(FramePixel(frame, 9, 0, 0), Labelled<T>(0, 0));
+        EXPECT_EQ(FramePixel(frame, 9, 8, 6), Labelled<T>(8, 6));
+        EXPECT_EQ(FramePixel(frame, 9, 0, 7), Untouched<T>());
+        // ...the overlap reader centres it: 3 / 2 = 1 column and row in.
+        std::fill(frame.begin(), frame.end(), kSentinel<T>);
+        Read<T>(true, world.def, frame.data(), 12, 10);
+        EXPECT_EQ(FramePixel(frame, 12, 0, 0), Untouched<T>());
+        EXPECT_EQ(FramePixel(frame, 12, 1, 1), Labelled<T>(0, 0));
+        EXPECT_EQ(FramePixel(frame, 12, 9, 7), Labelled<T>(8, 6));
+        EXPECT_EQ(FramePixel(frame, 12, 10, 8), Untouched<T>());
+
+        // Wider but lower frame 12 x 4: columns as the larger case, rows as the smaller.
+        std::fill(frame.begin(), frame.end(), kSentinel<T>);
+        Read<T>(true, world.def, frame.data(), 12, 4);
+        EXPECT_EQ(FramePixel(frame, 12, 1, 0), Labelled<T>(0, 1));
+        EXPECT_EQ(FramePixel(frame, 12, 9, 3), Labelled<T>(8, 4));
+        EXPECT_EQ(FramePixel(frame, 12, 10, 3), Untouched<T>());
+        std::fill(frame.begin(), frame.end(), kSentinel<T>);
+        Read<T>(false, world.def, frame.data(), 12, 4);
+        EXPECT_EQ(FramePixel(frame, 9, 0, 0), Labelled<T>(0, 1));
+        EXPECT_EQ(FramePixel(frame, 9, 8, 3), Labelled<T>(8, 4));
+
+        // 0 asks for the world's size.
+        std::fill(frame.begin(), frame.end(), kSentinel<T>);
+        Read<T>(false, world.def, frame.data(), 0, 0);
+        EXPECT_EQ(FramePixel(frame, 9, 8, 6), Labelled<T>(8, 6));
+    }
+}
+
+// Frames whose pixels name their place: blue = x, green = y, red 9, transparency 0.
+template <typename T>
+std::vector<T> LabelledFrame(int32_t width, int32_t height) {
+    std::vector<T> frame;
+    for (int32_t y = 0; y < height; ++y) {
+        for (int32_t x = 0; x < width; ++x) {
+            frame.insert(frame.end(), {static_cast<T>(x), static_cast<T>(y), 9, 0});
+        }
+    }
+    return frame;
+}
+
+// World pixel expected from frame pixel (x, y): (alpha M, red 9, green y, blue x).
+template <typename T>
+void ExpectFrom(TestWorld<T>& world, int32_t wx, int32_t wy, int32_t fx, int32_t fy) {
+    const T* p = world.At(wx, wy);
+    EXPECT_EQ(std::vector<T>(p, p + 4),
+              (std::vector<T>{static_cast<T>(kM), 9, static_cast<T>(fy), static_cast<T>(fx)}))
+        << "world " << wx << "," << wy;
+}
+template <typename T>
+void ExpectUntouched(TestWorld<T>& world, int32_t wx, int32_t wy) {
+    const T* p = world.At(wx, wy);
+    EXPECT_EQ(std::vector<T>(p, p + 4), std::vector<T>(4, kSentinel<T>))
+        << "world " << wx << "," << wy;
+}
+
+TYPED_TEST(Conversion, WritersPlaceTheCentredRegion) {
+    using T = TypeParam;
+    // Larger frame 12 x 10: both fill the world from frame column and row 1.
+    for (bool overlap : {false, true}) {
+        TestWorld<T> world(9, 7);
+        const std::vector<T> frame = LabelledFrame<T>(12, 10);
+        Write<T>(overlap, frame.data(), world.def, 12, 10);
+        ExpectFrom(world, 0, 0, 1, 1);
+        ExpectFrom(world, 8, 6, 9, 7);
+    }
+    // Smaller frame 4 x 4, overlap: world columns from 5 / 2 = 2, rows from 3 / 2 = 1.
+    {
+        TestWorld<T> world(9, 7);
+        const std::vector<T> frame = LabelledFrame<T>(4, 4);
+        Write<T>(true, frame.data(), world.def, 4, 4);
+        ExpectFrom(world, 2, 1, 0, 0);
+        ExpectFrom(world, 5, 4, 3, 3);
+        ExpectUntouched(world, 1, 1);
+        ExpectUntouched(world, 6, 4);
+        ExpectUntouched(world, 2, 5);
+    }
+    // Smaller frame, centre writer: the frame is taken at the world's size.
+    {
+        TestWorld<T> world(9, 7);
+        const std::vector<T> frame = LabelledFrame<T>(9, 7);
+        Write<T>(false, frame.data(), world.def, 4, 4);
+        ExpectFrom(world, 0, 0, 0, 0);
+        ExpectFrom(world, 8, 6, 8, 6);
+    }
+}
+
+TEST(ConversionChannels, EightBitPixelRoundTrip) {
+    TestWorld<uint8_t> world(1, 1);
+    const uint8_t host[4] = {255, 10, 20, 30};  // alpha, red, green, blue
+    std::memcpy(world.At(0, 0), host, 4);
+    uint8_t frame[4] = {};
+    ReadCropCentre8(world.def, frame, 1, 1, 255);
+    EXPECT_EQ(std::vector<uint8_t>(frame, frame + 4), (std::vector<uint8_t>{30, 20, 10, 0}));
+    std::memset(world.At(0, 0), 0, 4);
+    WriteCentre8(frame, world.def, 1, 1, 255);
+    EXPECT_EQ(std::memcmp(world.At(0, 0), host, 4), 0);
+}
+
+TEST(ConversionChannels, SixteenBitOpaqueHasNoTransparency) {
+    TestWorld<uint16_t> world(1, 1);
+    const uint16_t host[4] = {32768, 1000, 20000, 32768};
+    std::memcpy(world.At(0, 0), host, 8);
+    uint16_t frame[4] = {};
+    ReadOverlap16(world.def, frame, 1, 1, 32768);
+    EXPECT_EQ(std::vector<uint16_t>(frame, frame + 4),
+              (std::vector<uint16_t>{32768, 20000, 1000, 0}));
+    std::memset(world.At(0, 0), 0, 8);
+    WriteOverlap16(frame, world.def, 1, 1, 32768);
+    EXPECT_EQ(std::memcmp(world.At(0, 0), host, 8), 0);
+}
+
+// ------------------------------------------------------------ allocator
+
+class HostMemoryTest : public ::testing::Test {
+protected:
+    void TearDown() override {
+        while (HostMemoryScopeDepth() > 0) {
+            LeaveHostMemoryScope();
+        }
+    }
+    HostSimulator host_;
+};
+
+TEST_F(HostMemoryTest, BlocksAreAlignedLockedHandlesFreedOnRequest) {
+    const std::size_t before = host_.LiveHandleCount();
+    ASSERT_TRUE(EnterHostMemoryScope(&host_.inData()));
+    EXPECT_EQ(AllocateHostBlock(0), nullptr);
+    void* block = AllocateHostBlock(1000);
+    ASSERT_NE(block, nullptr);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(block) % 16, 0u);
+    ASSERT_EQ(host_.LiveHandleCount(), before + 1);
+    std::memset(block, 0x11, 1000);
+
+    int foreign = 0;
+    FreeHostBlock(&foreign);
+    FreeHostBlock(static_cast<uint8_t*>(block) + 16);
+    FreeHostBlock(nullptr);
+    EXPECT_EQ(host_.LiveHandleCount(), before + 1);
+    EXPECT_EQ(host_.CallCount(Callback::DisposeHandle), 0);
+
+    FreeHostBlock(block);
+    EXPECT_EQ(host_.LiveHandleCount(), before);
+    EXPECT_EQ(host_.CallCount(Callback::UnlockHandle), 1);
+    EXPECT_EQ(host_.CallCount(Callback::DisposeHandle), 1);
+    FreeHostBlock(block);  // a second release is unknown by then
+    EXPECT_EQ(host_.CallCount(Callback::DisposeHandle), 1);
+    LeaveHostMemoryScope();
+    EXPECT_EQ(host_.unknownHandleCalls(), 0);
+}
+
+TEST_F(HostMemoryTest, OutermostScopeReclaimsForgottenBlocks) {
+    const std::size_t before = host_.LiveHandleCount();
+    ASSERT_TRUE(EnterHostMemoryScope(&host_.inData()));
+    ASSERT_TRUE(EnterHostMemoryScope(&host_.inData()));
+    EXPECT_EQ(HostMemoryScopeDepth(), 2);
+    ASSERT_NE(AllocateHostBlock(64), nullptr);
+    ASSERT_NE(AllocateHostBlock(128), nullptr);
+    LeaveHostMemoryScope();  // inner: blocks stay
+    EXPECT_EQ(host_.LiveHandleCount(), before + 2);
+    EXPECT_EQ(LiveHostBlockCount(), 2u);
+    LeaveHostMemoryScope();  // outer: both go
+    EXPECT_EQ(host_.LiveHandleCount(), before);
+    EXPECT_EQ(LiveHostBlockCount(), 0u);
+
+    // A repeated scope starts from an empty record and works the same way.
+    ASSERT_TRUE(EnterHostMemoryScope(&host_.inData()));
+    ASSERT_NE(AllocateHostBlock(32), nullptr);
+    LeaveHostMemoryScope();
+    EXPECT_EQ(host_.LiveHandleCount(), before);
+    EXPECT_EQ(host_.unknownHandleCalls(), 0);
+    LeaveHostMemoryScope();  // unbalanced: no effect
+    EXPECT_EQ(HostMemoryScopeDepth(), 0);
+}
+
+TEST_F(HostMemoryTest, RefusalsGiveNullAndLeakNothing) {
+    const std::size_t before = host_.LiveHandleCount();
+    PF_InData noCallbacks = host_.inData();
+    PF_UtilCallbacks partial = *host_.inData().utils;
+    partial.host_get_handle_size = nullptr;
+    noCallbacks.utils = &partial;
+    EXPECT_FALSE(EnterHostMemoryScope(&noCallbacks));
+    EXPECT_FALSE(EnterHostMemoryScope(nullptr));
+    EXPECT_EQ(HostMemoryScopeDepth(), 0);
+
+    ASSERT_TRUE(EnterHostMemoryScope(&host_.inData()));
+    host_.FailCallback(Callback::NewHandle);
+    EXPECT_EQ(AllocateHostBlock(100), nullptr);
+    host_.ClearFaults();
+    host_.FailCallback(Callback::LockHandle);
+    EXPECT_EQ(AllocateHostBlock(100), nullptr);
+    EXPECT_EQ(host_.LiveHandleCount(), before);  // the unlockable handle went back
+    host_.ClearFaults();
+    host_.ThrowFrom(Callback::NewHandle);
+    EXPECT_EQ(AllocateHostBlock(100), nullptr);
+    host_.ClearFaults();
+    LeaveHostMemoryScope();
+    EXPECT_EQ(host_.LiveHandleCount(), before);
+}
+
+// A host whose handles are 8 bytes off a 16-byte boundary.
+alignas(16) std::array<uint8_t, 256> g_offsetArena;
+void* g_offsetBlock = nullptr;
+uint64_t g_offsetRequested = 0;
+PF_Handle OffsetNew(uint64_t size) {
+    g_offsetRequested = size;
+    return &g_offsetBlock;
+}
+void* OffsetLock(PF_Handle) {
+    return g_offsetArena.data() + 8;
+}
+void Ignore(PF_Handle) {}
+uint64_t OffsetSize(PF_Handle) {
+    return g_offsetRequested;
+}
+
+TEST_F(HostMemoryTest, EightAlignedHandleMovesEightBytesIn) {
+    PF_UtilCallbacks utils{};
+    utils.host_new_handle = OffsetNew;
+    utils.host_lock_handle = OffsetLock;
+    utils.host_unlock_handle = Ignore;
+    utils.host_dispose_handle = Ignore;
+    utils.host_get_handle_size = OffsetSize;
+    PF_InData in_data{};
+    in_data.utils = &utils;
+    ASSERT_TRUE(EnterHostMemoryScope(&in_data));
+    void* block = AllocateHostBlock(200);
+    EXPECT_EQ(g_offsetRequested, 216u);
+    EXPECT_EQ(block, g_offsetArena.data() + 16);
+    FreeHostBlock(block);
+    EXPECT_EQ(LiveHostBlockCount(), 0u);
+    LeaveHostMemoryScope();
+}
+
+}  // namespace
+}  // namespace quillon::test
