@@ -9,6 +9,7 @@
 #include <cmath>
 
 #include "antialias/AntiAliasStages.h"
+#include "engine/PortableMath.h"
 
 namespace quillon::aa {
 
@@ -41,14 +42,14 @@ void buildSpotWeights(double* weights, std::size_t doubles) {
     const int32_t n =
         static_cast<int32_t>(std::trunc(std::sqrt(static_cast<double>(doubles) / 3.0)));
     const double c = (n - 1) * 0.5;
-    const double e = std::exp(1.0);
+    const double e = portable::Exp(1.0);
     const double s = (c / e) * (c / e);
     for (int32_t i = 0; i < n; ++i) {
         for (int32_t j = 0; j < n; ++j) {
             const double dist = std::sqrt((j - c) * (j - c) + (i - c) * (i - c));
             double w;
             if (s > 0.0) {
-                w = 1.5 * std::exp(-0.5 * dist * dist / s);
+                w = 1.5 * portable::Exp(-0.5 * dist * dist / s);
             } else {
                 w = dist == 0.0 ? 1.5 : 0.0;  // a one-pixel layout: the peak alone
             }

@@ -1,5 +1,6 @@
 // The refinement S-curve and the sharpen gain table.
 #include "engine/CurveTables.h"
+#include "engine/PortableMath.h"
 
 #include <cmath>
 #include <cstdint>
@@ -9,7 +10,9 @@ namespace quillon {
 namespace {
 
 // Sign with sgn(0) = 1.
-double SignOf(double v) { return v < 0.0 ? -1.0 : 1.0; }
+double SignOf(double v) {
+    return v < 0.0 ? -1.0 : 1.0;
+}
 
 }  // namespace
 
@@ -22,10 +25,10 @@ void buildRefineCurve(double shape, int16_t* table) {
             const double x = k / range;
             double s;
             if (x < 0.5) {
-                s = SignOf(x) * std::pow(2.0 * std::fabs(x), e) * 0.5;
+                s = SignOf(x) * portable::Pow(2.0 * std::fabs(x), e) * 0.5;
             } else {
                 const double u = 1.0 - x;
-                s = 1.0 - SignOf(u) * std::pow(std::fabs(2.0 * u), e) * 0.5;
+                s = 1.0 - SignOf(u) * portable::Pow(std::fabs(2.0 * u), e) * 0.5;
             }
             row[k + 255] = static_cast<int16_t>(static_cast<int32_t>(s * range));
         }

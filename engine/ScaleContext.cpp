@@ -11,6 +11,7 @@
 #include "engine/Engine.h"
 #include "engine/EngineMemory.h"
 #include "engine/KernelSelection.h"
+#include "engine/PortableMath.h"
 #include "engine/PositionTables.h"
 
 namespace quillon {
@@ -23,7 +24,9 @@ constexpr uint32_t kMaxControl = 25;
 constexpr uint32_t kMaxOptions = 15;
 constexpr uint32_t kMaxKernelVariant = 2;
 
-bool InSizeRange(uint32_t v) { return v >= 1 && v <= kMaxSize; }
+bool InSizeRange(uint32_t v) {
+    return v >= 1 && v <= kMaxSize;
+}
 
 // The checks, in order; the first failing one rejects the request.
 bool IsValidRequest(uint32_t srcWidth, uint32_t srcHeight, uint32_t dstWidth, uint32_t dstHeight,
@@ -60,10 +63,11 @@ void DeriveControls(ScaleContext& c, uint32_t sharpness, uint32_t refineStrength
                     uint32_t antiAliasAmount) {
     c.refineShape = static_cast<float>(refineStrength / 20.0) + 0.1f;
     c.sharpenGain = sharpness != 0 ? static_cast<float>((sharpness - 0.52) / 24.0) : 0.01f;
-    c.aaFollow = antiAliasAmount != 0
-                     ? static_cast<float>(0.7 / std::pow(static_cast<double>(antiAliasAmount), 0.38))
-                     : 0.7f;
-    c.aaMix = static_cast<float>(0.8 / std::pow(26.0 - antiAliasAmount, 0.25));
+    c.aaFollow =
+        antiAliasAmount != 0
+            ? static_cast<float>(0.7 / portable::Pow(static_cast<double>(antiAliasAmount), 0.38))
+            : 0.7f;
+    c.aaMix = static_cast<float>(0.8 / portable::Pow(26.0 - antiAliasAmount, 0.25));
     c.aaSpread = static_cast<float>(antiAliasAmount / 6 + 1);
 }
 
@@ -165,6 +169,9 @@ bool Construct(ScaleContext& c, uint32_t sharpness, uint32_t refineStrength,
             !Allocate(c.refineCurve, std::size_t{kRefineCurveRows} * kRefineCurveColumns)) {
             return false;
         }
+        // Row 0 (a range of 0) is never read; zeroed so that a context's
+        // memory does not depend on what the allocator handed out.
+        std::memset(c.refineCurve, 0, kRefineCurveColumns * sizeof(int16_t));
         buildRefineCurve(c.refineShape, c.refineCurve);
     }
     if ((c.options & OPT_SHARPEN) != 0) {
@@ -181,10 +188,9 @@ bool Construct(ScaleContext& c, uint32_t sharpness, uint32_t refineStrength,
 
 extern "C" int32_t CreateScaleContext(uint32_t srcWidth, uint32_t srcHeight, uint32_t dstWidth,
                                       uint32_t dstHeight, uint32_t outWidth, uint32_t outHeight,
-                                      uint32_t options, uint32_t depthMode,
-                                      uint32_t kernelVariant, uint32_t sharpness,
-                                      uint32_t refineStrength, uint32_t antiAliasAmount,
-                                      ScaleContext** contextOut) {
+                                      uint32_t options, uint32_t depthMode, uint32_t kernelVariant,
+                                      uint32_t sharpness, uint32_t refineStrength,
+                                      uint32_t antiAliasAmount, ScaleContext** contextOut) {
     using namespace quillon;
     if (contextOut == nullptr ||
         !IsValidRequest(srcWidth, srcHeight, dstWidth, dstHeight, outWidth, outHeight, options,

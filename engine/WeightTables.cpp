@@ -2,6 +2,7 @@
 // (8 taps), in the plain layout and the replicated layouts the vector kernels
 // load as whole registers.
 #include "engine/WeightTables.h"
+#include "engine/PortableMath.h"
 
 #include <cmath>
 #include <cstdint>
@@ -12,20 +13,26 @@ namespace {
 constexpr double kPi = 3.141592653589793;
 
 // Outer lobe of the Keys cubic, 1 <= d <= 2, in its nested form.
-double CubicOuter(double a, double d) { return a * (((d - 5.0) * d + 8.0) * d - 4.0); }
+double CubicOuter(double a, double d) {
+    return a * (((d - 5.0) * d + 8.0) * d - 4.0);
+}
 
 // Inner lobe, 0 <= d <= 1; d is squared first, then multiplied.
-double CubicInner(double a, double d) { return ((a + 2.0) * d - (a + 3.0)) * (d * d) + 1.0; }
+double CubicInner(double a, double d) {
+    return ((a + 2.0) * d - (a + 3.0)) * (d * d) + 1.0;
+}
 
 double Sinc(double x) {
     if (x == 0.0) {
         return 1.0;
     }
     const double px = kPi * x;
-    return std::sin(px) / px;
+    return portable::Sin(px) / px;
 }
 
-double Lanczos4(double d) { return Sinc(d) * Sinc(d * 0.25); }
+double Lanczos4(double d) {
+    return Sinc(d) * Sinc(d * 0.25);
+}
 
 // Writes taps of every entry, each tap repeated `copies` times.
 template <int Taps, typename TapFn>

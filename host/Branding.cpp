@@ -32,7 +32,15 @@ bool LoadBrandingLibrary(void** module, BrandingFunctions* functions) {
     char path[260] = {};
     std::snprintf(path, sizeof(path), "%s\\%s", folder,
                   "\\Halvern\\Common\\Libraries\\HVBranding.dll");
+    // A damaged file at that path must not make the system show an error box
+    // inside the host; loading then simply fails.
+    DWORD previousMode = 0;
+    const BOOL modeSet =
+        SetThreadErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &previousMode);
     HMODULE library = LoadLibraryA(path);
+    if (modeSet) {
+        SetThreadErrorMode(previousMode, nullptr);
+    }
     if (library == nullptr) {
         return false;
     }

@@ -52,6 +52,11 @@ typedef PF_Err (*HB_HandleEventProc)(void* reference, PF_Cmd cmd, PF_InData* in_
 typedef void (*HB_SetActionButtonTitleProc)(void);
 
 // The library's entry points, in export order; a missing export stays null.
+// Every call is null-checked, so a broken installation never takes the host
+// down: without HB_ShowAboutBox or HB_HandleEvent the about box and events
+// fall back as if the library were absent; without HB_CreateAEBrandingRef
+// the reference stays null; without HB_GetIdealDimensions the custom header
+// gets no size (0 x 0); without HB_DestroyAEBrandingRef setdown only unloads.
 struct BrandingFunctions {
     HB_GetVersionInfoProc getVersionInfo;
     HB_ShowAboutBoxProc showAboutBox;
@@ -82,7 +87,11 @@ static_assert(offsetof(BrandingProductInfo, versionMajor) == 32);
 static_assert(offsetof(BrandingProductInfo, hostKind) == 48);
 static_assert(offsetof(BrandingProductInfo, description) == 64);
 static_assert(offsetof(BrandingProductInfo, productWebPage) == 80);
+static_assert(offsetof(BrandingProductInfo, subTitle) == 16);
+static_assert(offsetof(BrandingProductInfo, reserved52) == 52);
+static_assert(sizeof(BrandingBuildStrings) == 40);
 static_assert(sizeof(BrandingBuildInfo) == 16);
+static_assert(offsetof(BrandingBuildInfo, strings) == 8);
 static_assert(sizeof(BrandingFunctions) == 64);
 static_assert(sizeof(BrandingGlobals) == 80);
 static_assert(offsetof(BrandingGlobals, module) == 72);
