@@ -23,12 +23,16 @@ struct Axis {
     int32_t destinationCount;
 };
 
+struct Span {
+    int32_t begin;
+    int32_t end;
+};
+
 // Destination samples of source interval s (0 <= s < sourceCount - 1),
 // clipped to the destination size.
-inline void spanOf(const Axis& axis, int32_t s, int32_t* begin, int32_t* end) {
-    *begin = s > 0 ? axis.spanEnd[s - 1] : 0;
+inline Span spanOf(const Axis& axis, int32_t s) {
     const int32_t last = s < axis.sourceCount - 1 ? axis.spanEnd[s] : axis.spanEnd[s - 1];
-    *end = std::min(last, axis.destinationCount);
+    return {s > 0 ? axis.spanEnd[s - 1] : 0, std::min(last, axis.destinationCount)};
 }
 
 void traceChains(const ChainSet& chains, int32_t width, const Axis& outer, const Axis& cross,
@@ -61,19 +65,15 @@ void traceChains(const ChainSet& chains, int32_t width, const Axis& outer, const
             const double slope = static_cast<double>(c1 - c0) / static_cast<double>(o1 - o0);
             const double crossExtent = static_cast<double>(chi - clo);
             for (int32_t os = olo; os < ohi; ++os) {
-                int32_t outerBegin = 0;
-                int32_t outerEnd = 0;
-                spanOf(outer, os, &outerBegin, &outerEnd);
-                for (int32_t o = outerBegin; o < outerEnd; ++o) {
+                const Span outerSpan = spanOf(outer, os);
+                for (int32_t o = outerSpan.begin; o < outerSpan.end; ++o) {
                     const double u = static_cast<double>(os - olo) + outer.frac[o];
                     const double target =
                         slope > 0.0 ? u * slope : crossExtent - std::fabs(u * slope);
                     double best = 10.0;
                     for (int32_t cs = clo; cs < chi; ++cs) {
-                        int32_t crossBegin = 0;
-                        int32_t crossEnd = 0;
-                        spanOf(cross, cs, &crossBegin, &crossEnd);
-                        for (int32_t c = crossBegin; c < crossEnd; ++c) {
+                        const Span crossSpan = spanOf(cross, cs);
+                        for (int32_t c = crossSpan.begin; c < crossSpan.end; ++c) {
                             const double candidate = static_cast<double>(cs - clo) + cross.frac[c];
                             const double distance = std::fabs(candidate - target);
                             if (best > distance) {  // strict: the first of equals stays

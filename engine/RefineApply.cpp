@@ -13,10 +13,40 @@ namespace {
 // Ranges narrower than this are left alone (flat areas stay bit-exact).
 constexpr uint32_t kMinimumRange = 20;
 
-bool CanApply(const void* frame, const ScaleContext* context) {
-    return frame != nullptr && context != nullptr && context->refineMin != nullptr &&
-           context->refineMax != nullptr && context->refineCurve != nullptr;
-}
+// 8 bits: grey by 21844/65536 of the channel sum, Q7 gain cut to 16 signed
+// bits, channels clamped on the low 16 bits of the product.
+struct Depth8 {
+    using Sample = uint8_t;
+    static constexpr uint32_t kGreyFactor = 21844;
+    static uint32_t Ceiling() { return static_cast<uint32_t>(MaxValue8()); }
+    static int32_t Gain(int32_t target, int32_t grey) {
+        return static_cast<int16_t>((target * 128) / grey);
+    }
+    static Sample Scale(Sample channel, int32_t gain, uint32_t ceiling) {
+        const int32_t v = (channel * gain + 64) >> 7;
+        const uint32_t low = static_cast<uint32_t>(v) & 0xFFFFu;
+        return low > ceiling ? static_cast<Sample>(ceiling) : static_cast<Sample>(v);
+    }
+};
+
+// 16 bits: grey, lo and hi are on the 16-bit grey map's scale (high bytes,
+// 0..128 for the host's range); the gain is Q15 in 32 bits. The channel
+// product follows 32-bit signed arithmetic, wrap included, done in 64 bits
+// and brought back.
+struct Depth16 {
+    using Sample = uint16_t;
+    static constexpr uint32_t kGreyFactor = 85;
+    static uint32_t Ceiling() { return static_cast<uint32_t>(MaxValue16()); }
+    static int32_t Gain(int32_t target, int32_t grey) {
+        return (target * 32768) / grey;  // |target| < 2^15: no overflow
+    }
+    static Sample Scale(Sample channel, int32_t gain, uint32_t ceiling) {
+        const int64_t wide = int64_t{channel} * gain + 16384;
+        const int32_t v = static_cast<int32_t>(wide) >> 15;  // modular narrowing
+        return static_cast<uint32_t>(v) > ceiling ? static_cast<Sample>(ceiling)
+                                                  : static_cast<Sample>(v);
+    }
+};
 
 // Target grey t = S + lo in 16 bits, sign-extended; S comes from row r of the
 // curve at k = g - lo.
@@ -25,17 +55,17 @@ inline int32_t TargetGrey(const int16_t* curve, uint32_t range, int32_t grey, in
     return static_cast<int16_t>(s + lo);
 }
 
-}  // namespace
-
-void refineApply8(uint8_t* frame, const ScaleContext* context) {
-    if (!CanApply(frame, context)) {
+template <typename Depth>
+void RefineApply(typename Depth::Sample* frame, const ScaleContext* context) {
+    if (frame == nullptr || context == nullptr || context->refineMin == nullptr ||
+        context->refineMax == nullptr || context->refineCurve == nullptr) {
         return;
     }
     const std::size_t count = std::size_t{context->dstWidth} * context->dstHeight;
     const uint8_t* mins = context->refineMin;
     const uint8_t* maxs = context->refineMax;
     const int16_t* curve = context->refineCurve;
-    const uint32_t ceiling = static_cast<uint32_t>(MaxValue8());
+    const uint32_t ceiling = Depth::Ceiling();
 
     for (std::size_t p = 0; p < count; ++p) {
         const int32_t lo = mins[p];
@@ -43,63 +73,31 @@ void refineApply8(uint8_t* frame, const ScaleContext* context) {
         if (range < kMinimumRange) {
             continue;
         }
-        uint8_t* px = frame + p * 4;
+        typename Depth::Sample* px = frame + p * 4;
         const uint32_t sum = uint32_t{px[0]} + px[1] + px[2];
-        const int32_t grey = static_cast<int32_t>(((sum * 21844u + 32768u) >> 16) & 0xFFu);
+        const int32_t grey =
+            static_cast<int32_t>(((sum * Depth::kGreyFactor + 32768u) >> 16) & 0xFFu);
         if (grey == 0) {
             continue;
         }
-        const int32_t target = TargetGrey(curve, range, grey, lo);
-        // Q7 gain, cut to 16 signed bits.
-        const int32_t gain = static_cast<int16_t>((target * 128) / grey);
+        const int32_t gain = Depth::Gain(TargetGrey(curve, range, grey, lo), grey);
         if (gain <= 0) {
             continue;
         }
         for (int c = 0; c < 3; ++c) {
-            const int32_t v = (px[c] * gain + 64) >> 7;
-            const uint32_t low = static_cast<uint32_t>(v) & 0xFFFFu;
-            px[c] = low > ceiling ? static_cast<uint8_t>(ceiling) : static_cast<uint8_t>(v);
+            px[c] = Depth::Scale(px[c], gain, ceiling);
         }
     }
 }
 
-// Grey, lo and hi are on the 16-bit grey map's scale (high bytes, 0..128 for
-// the host's range); the gain is Q15 in 32 bits. The channel product follows
-// 32-bit signed arithmetic, wrap included, done in 64 bits and brought back.
-void refineApply16(uint16_t* frame, const ScaleContext* context) {
-    if (!CanApply(frame, context)) {
-        return;
-    }
-    const std::size_t count = std::size_t{context->dstWidth} * context->dstHeight;
-    const uint8_t* mins = context->refineMin;
-    const uint8_t* maxs = context->refineMax;
-    const int16_t* curve = context->refineCurve;
-    const uint32_t ceiling = static_cast<uint32_t>(MaxValue16());
+}  // namespace
 
-    for (std::size_t p = 0; p < count; ++p) {
-        const int32_t lo = mins[p];
-        const uint32_t range = static_cast<uint32_t>(maxs[p] - lo) & 0xFFu;
-        if (range < kMinimumRange) {
-            continue;
-        }
-        uint16_t* px = frame + p * 4;
-        const uint32_t sum = uint32_t{px[0]} + px[1] + px[2];
-        const int32_t grey = static_cast<int32_t>(((sum * 85u + 32768u) >> 16) & 0xFFu);
-        if (grey == 0) {
-            continue;
-        }
-        const int32_t target = TargetGrey(curve, range, grey, lo);
-        const int32_t gain = (target * 32768) / grey;  // |target| < 2^15: no overflow
-        if (gain <= 0) {
-            continue;
-        }
-        for (int c = 0; c < 3; ++c) {
-            const int64_t wide = int64_t{px[c]} * gain + 16384;
-            const int32_t v = static_cast<int32_t>(wide) >> 15;  // modular narrowing
-            px[c] = static_cast<uint32_t>(v) > ceiling ? static_cast<uint16_t>(ceiling)
-                                                       : static_cast<uint16_t>(v);
-        }
-    }
+void refineApply8(uint8_t* frame, const ScaleContext* context) {
+    RefineApply<Depth8>(frame, context);
+}
+
+void refineApply16(uint16_t* frame, const ScaleContext* context) {
+    RefineApply<Depth16>(frame, context);
 }
 
 }  // namespace quillon

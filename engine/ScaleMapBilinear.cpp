@@ -1,7 +1,6 @@
 // Resizing a min/max lattice map to the destination size, scalar form.
 #include <cstddef>
 
-#include "engine/EngineMemory.h"
 #include "engine/Refinement.h"
 #include "engine/ScaleMapPasses.h"
 
@@ -12,31 +11,20 @@ bool scaleMapBilinear(const uint8_t* lattice, uint8_t* destination, const uint32
                       uint32_t srcWidth, uint32_t srcHeight, uint32_t dstWidth,
                       uint32_t dstHeight) {
     using namespace mapresize;
-    if (lattice == nullptr || destination == nullptr || rowIndex == nullptr ||
-        columnIndex == nullptr || columnFrac == nullptr || rowFrac == nullptr) {
+    if (const auto early = EarlyResult(lattice, destination, rowIndex, columnIndex, columnFrac,
+                                       rowFrac, dstWidth, dstHeight)) {
+        return *early;
+    }
+    HorizontalStage stage(srcHeight, dstWidth);
+    if (!stage || !stage.Run(lattice, rowIndex, columnIndex, columnFrac, rowFrac, srcWidth,
+                             srcHeight, dstHeight)) {
         return false;
     }
-    if (dstWidth == 0 || dstHeight == 0) {
-        return true;
-    }
-    const std::size_t latticeRows = std::size_t{srcHeight} + 1;
-    ScratchBuffer<int16_t> intermediate(latticeRows * dstWidth);
-    ScratchBuffer<uint16_t> columns(dstWidth);
-    ScratchBuffer<uint16_t> weights(dstWidth);
-    if (!intermediate || !columns || !weights) {
-        return false;
-    }
-    if (!SetupColumns(columnIndex, columnFrac, srcWidth, dstWidth, columns.get(), weights.get()) ||
-        !RowsInRange(rowIndex, rowFrac, srcHeight, dstHeight)) {
-        return false;
-    }
-    HorizontalPass(lattice, intermediate.get(), srcWidth, srcHeight, dstWidth, columns.get(),
-                   weights.get());
 
     for (uint32_t r = 0; r < dstHeight; ++r) {
         MapTap tap{};
         MakeTap(rowFrac[r], rowIndex[r], tap);
-        const int16_t* upper = intermediate.get() + std::size_t{tap.lattice} * dstWidth;
+        const int16_t* upper = stage.Row(tap.lattice);
         const int16_t* lower = upper + dstWidth;
         uint8_t* out = destination + std::size_t{r} * dstWidth;
         for (uint32_t k = 0; k < dstWidth; ++k) {

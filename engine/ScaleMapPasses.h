@@ -5,6 +5,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
+
+#include "engine/EngineMemory.h"
 
 namespace quillon::mapresize {
 
@@ -78,6 +81,61 @@ inline void HorizontalPass(const uint8_t* lattice, int16_t* intermediate, uint32
 inline uint8_t VerticalSample(int16_t upper, int16_t lower, int32_t weight) {
     return static_cast<uint8_t>(upper + (((lower - upper) * weight + 32) >> 6));
 }
+
+// The result of a call with nothing to resize: false for a missing pointer,
+// true for an empty destination. Empty for a call that has work to do.
+inline std::optional<bool> EarlyResult(const uint8_t* lattice, const uint8_t* destination,
+                                       const uint32_t* rowIndex, const uint32_t* columnIndex,
+                                       const double* columnFrac, const double* rowFrac,
+                                       uint32_t dstWidth, uint32_t dstHeight) {
+    if (lattice == nullptr || destination == nullptr || rowIndex == nullptr ||
+        columnIndex == nullptr || columnFrac == nullptr || rowFrac == nullptr) {
+        return false;
+    }
+    if (dstWidth == 0 || dstHeight == 0) {
+        return true;
+    }
+    return std::nullopt;
+}
+
+// The part both resizers share: the intermediate and the two per-column
+// arrays, taken from the engine's hook when constructed, and Run(), which
+// sets up the columns, checks the rows and fills the intermediate. The
+// vertical pass then reads lattice row R of the intermediate at Row(R).
+class HorizontalStage {
+public:
+    HorizontalStage(uint32_t srcHeight, uint32_t dstWidth)
+        : intermediate_((std::size_t{srcHeight} + 1) * dstWidth),
+          columns_(dstWidth),
+          weights_(dstWidth),
+          dstWidth_(dstWidth) {}
+
+    explicit operator bool() const { return intermediate_ && columns_ && weights_; }
+
+    // False when a table would read outside the lattice; nothing is written then.
+    bool Run(const uint8_t* lattice, const uint32_t* rowIndex, const uint32_t* columnIndex,
+             const double* columnFrac, const double* rowFrac, uint32_t srcWidth, uint32_t srcHeight,
+             uint32_t dstHeight) {
+        if (!SetupColumns(columnIndex, columnFrac, srcWidth, dstWidth_, columns_.get(),
+                          weights_.get()) ||
+            !RowsInRange(rowIndex, rowFrac, srcHeight, dstHeight)) {
+            return false;
+        }
+        HorizontalPass(lattice, intermediate_.get(), srcWidth, srcHeight, dstWidth_, columns_.get(),
+                       weights_.get());
+        return true;
+    }
+
+    const int16_t* Row(uint32_t lattice) const {
+        return intermediate_.get() + std::size_t{lattice} * dstWidth_;
+    }
+
+private:
+    ScratchBuffer<int16_t> intermediate_;
+    ScratchBuffer<uint16_t> columns_;
+    ScratchBuffer<uint16_t> weights_;
+    uint32_t dstWidth_;
+};
 
 }  // namespace quillon::mapresize
 

@@ -23,28 +23,18 @@ bool scaleMapVector(const uint8_t* lattice, uint8_t* destination, const uint32_t
                     const uint32_t* columnIndex, const double* columnFrac, const double* rowFrac,
                     uint32_t srcWidth, uint32_t srcHeight, uint32_t dstWidth, uint32_t dstHeight) {
     using namespace mapresize;
-    if (lattice == nullptr || destination == nullptr || rowIndex == nullptr ||
-        columnIndex == nullptr || columnFrac == nullptr || rowFrac == nullptr) {
-        return false;
+    if (const auto early = EarlyResult(lattice, destination, rowIndex, columnIndex, columnFrac,
+                                       rowFrac, dstWidth, dstHeight)) {
+        return *early;
     }
-    if (dstWidth == 0 || dstHeight == 0) {
-        return true;
-    }
-    const std::size_t latticeRows = std::size_t{srcHeight} + 1;
-    ScratchBuffer<int16_t> intermediate(latticeRows * dstWidth);
-    ScratchBuffer<uint16_t> columns(dstWidth);
-    ScratchBuffer<uint16_t> weights(dstWidth);
+    HorizontalStage stage(srcHeight, dstWidth);
     ScratchBuffer<uint16_t> rowWeights(dstHeight);
     ScratchBuffer<uint32_t> rowStarts(dstHeight);
-    if (!intermediate || !columns || !weights || !rowWeights || !rowStarts) {
+    if (!stage || !rowWeights || !rowStarts ||
+        !stage.Run(lattice, rowIndex, columnIndex, columnFrac, rowFrac, srcWidth, srcHeight,
+                   dstHeight)) {
         return false;
     }
-    if (!SetupColumns(columnIndex, columnFrac, srcWidth, dstWidth, columns.get(), weights.get()) ||
-        !RowsInRange(rowIndex, rowFrac, srcHeight, dstHeight)) {
-        return false;
-    }
-    HorizontalPass(lattice, intermediate.get(), srcWidth, srcHeight, dstWidth, columns.get(),
-                   weights.get());
 
     // The intermediate fits the 32-bit allocation hook, so its offsets fit 32 bits.
     for (uint32_t r = 0; r < dstHeight; ++r) {
@@ -61,7 +51,7 @@ bool scaleMapVector(const uint8_t* lattice, uint8_t* destination, const uint32_t
     const uint32_t vectorColumns = 0;
 #endif
     for (uint32_t r = 0; r < dstHeight; ++r) {
-        const int16_t* upper = intermediate.get() + rowStarts[r];
+        const int16_t* upper = stage.Row(0) + rowStarts[r];
         const int16_t* lower = upper + dstWidth;
         uint8_t* out = destination + std::size_t{r} * dstWidth;
         const int32_t weight = rowWeights[r];

@@ -13,12 +13,12 @@
 #include "engine/Refinement.h"
 #include "engine/ScaleContext.h"
 #include "kernels/Sharpen.h"
-#include "tests/refine/TestFrames.h"
+#include "tests/support/Photos.h"
 
 namespace {
 
-using quillon::testing::LoadPicture;
-using quillon::testing::Picture;
+using quillon::support::LoadPicture;
+using quillon::support::Picture;
 
 constexpr uint32_t kSrcWidth = 1920;
 constexpr uint32_t kSrcHeight = 1080;
@@ -32,15 +32,19 @@ const Picture& Photo() {
     return photo;
 }
 
-const std::vector<uint8_t>& Source8() {
-    static const std::vector<uint8_t> frame = quillon::testing::ToWorking8(Photo());
-    return frame;
+template <typename Sample>
+const std::vector<Sample>& Source() {
+    if constexpr (sizeof(Sample) == 1) {
+        static const std::vector<uint8_t> frame = quillon::support::ToWorking8(Photo());
+        return frame;
+    } else {
+        static const std::vector<uint16_t> frame = quillon::support::ToWorking16(Photo());
+        return frame;
+    }
 }
 
-const std::vector<uint16_t>& Source16() {
-    static const std::vector<uint16_t> frame = quillon::testing::ToWorking16(Photo());
-    return frame;
-}
+template <typename Sample>
+constexpr uint32_t kDepth = sizeof(Sample) == 1 ? DEPTH_8 : DEPTH_16;
 
 struct ContextDeleter {
     void operator()(ScaleContext* c) const { DestroyScaleContext(c); }
@@ -71,65 +75,44 @@ void SetCounters(benchmark::State& state, double pixels) {
 }
 
 // One processed frame, so every map and table a pass reads is filled.
-struct Prepared8 {
+template <typename Sample>
+struct Prepared {
     ContextPtr context;
-    std::vector<uint8_t> frame;
+    std::vector<Sample> frame;
 };
 
-Prepared8 Prepare8(uint32_t variant) {
-    Prepared8 p{MakeContext(kBetter | OPT_SHARPEN, DEPTH_8, variant),
-                std::vector<uint8_t>(std::size_t{kDstWidth} * kDstHeight * 4)};
-    if (p.context) {
-        ProcessFrame(Source8().data(), p.frame.data(), p.context.get());
+// False (the case skipped) when the photo or the context is missing.
+template <typename Sample>
+bool Prepare(benchmark::State& state, Prepared<Sample>& p, uint32_t variant = KERNEL_CELL) {
+    if (!Ready(state)) {
+        return false;
     }
-    return p;
+    p.context = MakeContext(kBetter | OPT_SHARPEN, kDepth<Sample>, variant);
+    if (!p.context) {
+        state.SkipWithError("context");
+        return false;
+    }
+    p.frame.assign(std::size_t{kDstWidth} * kDstHeight * 4, 0);
+    ProcessFrame(Source<Sample>().data(), p.frame.data(), p.context.get());
+    return true;
 }
 
-struct Prepared16 {
-    ContextPtr context;
-    std::vector<uint16_t> frame;
-};
-
-Prepared16 Prepare16() {
-    Prepared16 p{MakeContext(kBetter | OPT_SHARPEN, DEPTH_16, KERNEL_CELL),
-                 std::vector<uint16_t>(std::size_t{kDstWidth} * kDstHeight * 4)};
-    if (p.context) {
-        ProcessFrame(Source16().data(), p.frame.data(), p.context.get());
-    }
-    return p;
-}
-
-void BM_GreyFrom8(benchmark::State& state) {
+template <typename Sample, void (*Grey)(uint8_t*, const Sample*, int32_t)>
+void BM_Grey(benchmark::State& state) {
     if (!Ready(state)) {
         return;
     }
     std::vector<uint8_t> grey(std::size_t{kSrcWidth} * kSrcHeight);
     for (auto _ : state) {
-        quillon::grayFrom8(grey.data(), Source8().data(), kSrcWidth * kSrcHeight);
-        benchmark::DoNotOptimize(grey.data());
-    }
-    SetCounters(state, double{kSrcWidth} * kSrcHeight);
-}
-
-void BM_GreyFrom16(benchmark::State& state) {
-    if (!Ready(state)) {
-        return;
-    }
-    std::vector<uint8_t> grey(std::size_t{kSrcWidth} * kSrcHeight);
-    for (auto _ : state) {
-        quillon::grayFrom16(grey.data(), Source16().data(), kSrcWidth * kSrcHeight);
+        Grey(grey.data(), Source<Sample>().data(), kSrcWidth * kSrcHeight);
         benchmark::DoNotOptimize(grey.data());
     }
     SetCounters(state, double{kSrcWidth} * kSrcHeight);
 }
 
 void BM_Lattice(benchmark::State& state) {
-    if (!Ready(state)) {
-        return;
-    }
-    const Prepared8 p = Prepare8(KERNEL_CELL);
-    if (!p.context) {
-        state.SkipWithError("context");
+    Prepared<uint8_t> p;
+    if (!Prepare(state, p)) {
         return;
     }
     ScaleContext& c = *p.context;
@@ -143,12 +126,8 @@ void BM_Lattice(benchmark::State& state) {
 // Both maps, as the pipeline resizes them.
 template <bool kVector>
 void BM_ScaleMaps(benchmark::State& state) {
-    if (!Ready(state)) {
-        return;
-    }
-    const Prepared8 p = Prepare8(KERNEL_CELL);
-    if (!p.context) {
-        state.SkipWithError("context");
+    Prepared<uint8_t> p;
+    if (!Prepare(state, p)) {
         return;
     }
     ScaleContext& c = *p.context;
@@ -163,82 +142,34 @@ void BM_ScaleMaps(benchmark::State& state) {
     SetCounters(state, double{kDstWidth} * kDstHeight);
 }
 
-void BM_RefineApply8(benchmark::State& state) {
-    if (!Ready(state)) {
-        return;
-    }
-    Prepared8 p = Prepare8(KERNEL_CELL);
-    if (!p.context) {
-        state.SkipWithError("context");
+// An in-place pass (refinement apply, sharpen) run again and again on one frame.
+template <typename Sample, auto Pass>
+void BM_InPlace(benchmark::State& state) {
+    Prepared<Sample> p;
+    if (!Prepare(state, p)) {
         return;
     }
     for (auto _ : state) {
-        quillon::refineApply8(p.frame.data(), p.context.get());
+        Pass(p.frame.data(), p.context.get());
         benchmark::DoNotOptimize(p.frame.data());
     }
     SetCounters(state, double{kDstWidth} * kDstHeight);
 }
 
-void BM_RefineApply16(benchmark::State& state) {
-    if (!Ready(state)) {
-        return;
-    }
-    Prepared16 p = Prepare16();
-    if (!p.context) {
-        state.SkipWithError("context");
-        return;
-    }
-    for (auto _ : state) {
-        quillon::refineApply16(p.frame.data(), p.context.get());
-        benchmark::DoNotOptimize(p.frame.data());
-    }
-    SetCounters(state, double{kDstWidth} * kDstHeight);
-}
-
-void BM_Sharpen8(benchmark::State& state) {
-    if (!Ready(state)) {
-        return;
-    }
-    Prepared8 p = Prepare8(KERNEL_CELL);
-    if (!p.context) {
-        state.SkipWithError("context");
-        return;
-    }
-    for (auto _ : state) {
-        quillon::sharpen8(p.frame.data(), p.context.get());
-        benchmark::DoNotOptimize(p.frame.data());
-    }
-    SetCounters(state, double{kDstWidth} * kDstHeight);
-}
-
-void BM_Sharpen16(benchmark::State& state) {
-    if (!Ready(state)) {
-        return;
-    }
-    Prepared16 p = Prepare16();
-    if (!p.context) {
-        state.SkipWithError("context");
-        return;
-    }
-    for (auto _ : state) {
-        quillon::sharpen16(p.frame.data(), p.context.get());
-        benchmark::DoNotOptimize(p.frame.data());
-    }
-    SetCounters(state, double{kDstWidth} * kDstHeight);
-}
-
-// args: options, kernel variant. Context creation (tables) is timed too, as
-// the plug-in creates one per frame.
-void BM_Pipeline8(benchmark::State& state) {
+// args: options, kernel variant (8 bits only; 16 bits has the cell kernels).
+// Context creation (tables) is timed too, as the plug-in creates one per frame.
+template <typename Sample>
+void BM_Pipeline(benchmark::State& state) {
     if (!Ready(state)) {
         return;
     }
     const auto options = static_cast<uint32_t>(state.range(0));
-    const auto variant = static_cast<uint32_t>(state.range(1));
-    std::vector<uint8_t> out(std::size_t{kDstWidth} * kDstHeight * 4);
+    const auto variant =
+        sizeof(Sample) == 1 ? static_cast<uint32_t>(state.range(1)) : uint32_t{KERNEL_CELL};
+    std::vector<Sample> out(std::size_t{kDstWidth} * kDstHeight * 4);
     for (auto _ : state) {
-        ContextPtr c = MakeContext(options, DEPTH_8, variant);
-        if (!c || ProcessFrame(Source8().data(), out.data(), c.get()) != 0) {
+        ContextPtr c = MakeContext(options, kDepth<Sample>, variant);
+        if (!c || ProcessFrame(Source<Sample>().data(), out.data(), c.get()) != 0) {
             state.SkipWithError("pipeline");
             break;
         }
@@ -247,35 +178,31 @@ void BM_Pipeline8(benchmark::State& state) {
     SetCounters(state, double{kDstWidth} * kDstHeight);
 }
 
-void BM_Pipeline16(benchmark::State& state) {
-    if (!Ready(state)) {
-        return;
-    }
-    const auto options = static_cast<uint32_t>(state.range(0));
-    std::vector<uint16_t> out(std::size_t{kDstWidth} * kDstHeight * 4);
-    for (auto _ : state) {
-        ContextPtr c = MakeContext(options, DEPTH_16, KERNEL_CELL);
-        if (!c || ProcessFrame(Source16().data(), out.data(), c.get()) != 0) {
-            state.SkipWithError("pipeline");
-            break;
-        }
-        benchmark::DoNotOptimize(out.data());
-    }
-    SetCounters(state, double{kDstWidth} * kDstHeight);
-}
-
-BENCHMARK(BM_GreyFrom8)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_GreyFrom16)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Grey<uint8_t, &quillon::grayFrom8>)
+    ->Name("BM_GreyFrom8")
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Grey<uint16_t, &quillon::grayFrom16>)
+    ->Name("BM_GreyFrom16")
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Lattice)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ScaleMaps<false>)->Name("BM_ScaleMapsBilinear")->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ScaleMaps<true>)->Name("BM_ScaleMapsVector")->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_RefineApply8)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_RefineApply16)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Sharpen8)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Sharpen16)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_InPlace<uint8_t, &quillon::refineApply8>)
+    ->Name("BM_RefineApply8")
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_InPlace<uint16_t, &quillon::refineApply16>)
+    ->Name("BM_RefineApply16")
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_InPlace<uint8_t, &quillon::sharpen8>)
+    ->Name("BM_Sharpen8")
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_InPlace<uint16_t, &quillon::sharpen16>)
+    ->Name("BM_Sharpen16")
+    ->Unit(benchmark::kMillisecond);
 
 // Upscale alone (Quick, 1) for reference, then Better and Best with Sharpness.
-BENCHMARK(BM_Pipeline8)
+BENCHMARK(BM_Pipeline<uint8_t>)
+    ->Name("BM_Pipeline8")
     ->ArgNames({"options", "variant"})
     ->Args({OPT_LANCZOS, KERNEL_TWO_PASS})
     ->Args({kBetter | OPT_SHARPEN, KERNEL_TWO_PASS})
@@ -283,7 +210,8 @@ BENCHMARK(BM_Pipeline8)
     ->Args({kBetter | OPT_SHARPEN, KERNEL_CELL})
     ->Args({kBest | OPT_SHARPEN, KERNEL_CELL})
     ->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Pipeline16)
+BENCHMARK(BM_Pipeline<uint16_t>)
+    ->Name("BM_Pipeline16")
     ->ArgNames({"options"})
     ->Arg(OPT_LANCZOS)
     ->Arg(kBetter | OPT_SHARPEN)

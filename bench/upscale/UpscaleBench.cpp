@@ -76,17 +76,20 @@ ContextPtr MakeContext(uint32_t srcWidth, uint32_t srcHeight, uint32_t options, 
     return ContextPtr(c);
 }
 
-void Quillon8(benchmark::State& state, quillon::Upscale8Fn kernel, uint32_t variant,
-              uint32_t options) {
+// One kernel at the source size given by the case's arguments; 16-bit
+// frames use the host's range 0..32768.
+template <typename Sample, typename Kernel>
+void RunKernel(benchmark::State& state, Kernel kernel, uint32_t variant, uint32_t options) {
     const auto srcWidth = static_cast<uint32_t>(state.range(0));
     const auto srcHeight = static_cast<uint32_t>(state.range(1));
-    const ContextPtr context = MakeContext(srcWidth, srcHeight, options, DEPTH_8, variant);
+    const uint32_t depth = sizeof(Sample) == 1 ? DEPTH_8 : DEPTH_16;
+    const ContextPtr context = MakeContext(srcWidth, srcHeight, options, depth, variant);
     if (!context) {
         state.SkipWithError("context creation failed");
         return;
     }
-    const auto src = TexturedFrame<uint8_t>(srcWidth, srcHeight, 255);
-    std::vector<uint8_t> dst(static_cast<std::size_t>(kDstWidth) * kDstHeight * 4);
+    const auto src = TexturedFrame<Sample>(srcWidth, srcHeight, sizeof(Sample) == 1 ? 255 : 32768);
+    std::vector<Sample> dst(static_cast<std::size_t>(kDstWidth) * kDstHeight * 4);
     for (auto _ : state) {
         if (!kernel(src.data(), dst.data(), context.get())) {
             state.SkipWithError("kernel failed");
@@ -98,22 +101,13 @@ void Quillon8(benchmark::State& state, quillon::Upscale8Fn kernel, uint32_t vari
     SetCounters(state);
 }
 
+void Quillon8(benchmark::State& state, quillon::Upscale8Fn kernel, uint32_t variant,
+              uint32_t options) {
+    RunKernel<uint8_t>(state, kernel, variant, options);
+}
+
 void Quillon16(benchmark::State& state, quillon::Upscale16Fn kernel, uint32_t options) {
-    const auto srcWidth = static_cast<uint32_t>(state.range(0));
-    const auto srcHeight = static_cast<uint32_t>(state.range(1));
-    const ContextPtr context = MakeContext(srcWidth, srcHeight, options, DEPTH_16, KERNEL_CELL);
-    if (!context) {
-        state.SkipWithError("context creation failed");
-        return;
-    }
-    const auto src = TexturedFrame<uint16_t>(srcWidth, srcHeight, 32768);
-    std::vector<uint16_t> dst(static_cast<std::size_t>(kDstWidth) * kDstHeight * 4);
-    for (auto _ : state) {
-        kernel(src.data(), dst.data(), context.get());
-        benchmark::DoNotOptimize(dst.data());
-        benchmark::ClobberMemory();
-    }
-    SetCounters(state);
+    RunKernel<uint16_t>(state, kernel, KERNEL_CELL, options);
 }
 
 void SourceSizes(benchmark::internal::Benchmark* b) {

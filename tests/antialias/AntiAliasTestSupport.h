@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "antialias/AntiAliasStages.h"
-#include "engine/PositionTables.h"
 #include "engine/ScaleContext.h"
+#include "tests/support/TestSupport.h"
 
 namespace quillon::aatest {
 
@@ -81,54 +81,21 @@ inline TextMap randomRunMap(int32_t width, int32_t height, uint32_t seed) {
     return m;
 }
 
-// A context holding only what the pass reads, with tables from the engine's
-// position builders.
+// A context made by the engine for an anti-aliasing request.
 class HandContext {
 public:
     HandContext(uint32_t srcW, uint32_t srcH, uint32_t dstW, uint32_t dstH, uint32_t amount)
-        : columnSpan_(srcW - 1),
-          rowSpan_(srcH - 1),
-          columnFrac_(dstW),
-          rowFrac_(dstH),
-          columnIndex_(dstW),
-          rowIndex_(dstH) {
-        std::vector<double> columnPos(srcW);
-        std::vector<double> rowPos(srcH);
-        buildAxisSpans(srcW, dstW, columnPos.data(), columnSpan_.data());
-        buildAxisSpans(srcH, dstH, rowPos.data(), rowSpan_.data());
-        buildAxisIndex(srcW, columnPos.data(), columnFrac_.data(), columnIndex_.data());
-        buildAxisIndex(srcH, rowPos.data(), rowFrac_.data(), rowIndex_.data());
-        ctx_ = ScaleContext{};
-        ctx_.srcWidth = srcW;
-        ctx_.srcHeight = srcH;
-        ctx_.dstWidth = dstW;
-        ctx_.dstHeight = dstH;
-        ctx_.outWidth = dstW;
-        ctx_.outHeight = dstH;
-        ctx_.options = OPT_ANTIALIAS;
-        ctx_.aaFollow = amount != 0
-                            ? static_cast<float>(0.7 / std::pow(static_cast<double>(amount), 0.38))
-                            : 0.7f;
-        ctx_.aaMix = static_cast<float>(0.8 / std::pow(26.0 - amount, 0.25));
-        ctx_.aaSpread = static_cast<float>(amount / 6 + 1);
-        ctx_.columnSpanEnd = columnSpan_.data();
-        ctx_.rowSpanEnd = rowSpan_.data();
-        ctx_.columnFrac = columnFrac_.data();
-        ctx_.rowFrac = rowFrac_.data();
-        ctx_.columnIndex = columnIndex_.data();
-        ctx_.rowIndex = rowIndex_.data();
-    }
-    const ScaleContext* get() const { return &ctx_; }
-    ScaleContext* get() { return &ctx_; }
+        : context_(MakeRequest(srcW, srcH, dstW, dstH, amount)) {}
+    ScaleContext* get() const { return context_.get(); }
 
 private:
-    std::vector<uint16_t> columnSpan_;
-    std::vector<uint16_t> rowSpan_;
-    std::vector<double> columnFrac_;
-    std::vector<double> rowFrac_;
-    std::vector<uint32_t> columnIndex_;
-    std::vector<uint32_t> rowIndex_;
-    ScaleContext ctx_{};
+    static support::Request MakeRequest(uint32_t srcW, uint32_t srcH, uint32_t dstW, uint32_t dstH,
+                                        uint32_t amount) {
+        support::Request r{srcW, srcH, dstW, dstH, OPT_ANTIALIAS};
+        r.antiAlias = amount;
+        return r;
+    }
+    support::Context context_;
 };
 
 // 8-bit BGRA frame; `shade(x, y)` gives the grey level, transparency gets a

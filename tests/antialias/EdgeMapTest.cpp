@@ -11,27 +11,19 @@ using Rows = std::vector<std::string>;
 
 // ---------------------------------------------------------------- grey ----
 
-TEST(AntiAliasGrey, RoundsWithTheNarrowMultiplier) {
-    // (sum * 21844 + 32768) >> 16, worked out for a few sums.
-    const uint8_t pixels[] = {255, 255, 255, 9,  // 765 -> 255
-                              0,   0,   1,   9,  // 1 -> (21844 + 32768) >> 16 = 0
-                              1,   1,   0,   9,  // 2 -> (43688 + 32768) >> 16 = 1
-                              100, 50,  0,   9,  // 150 -> 50 (3276600 + 32768 = 3309368 >> 16 = 50)
-                              3,   0,   0,   0};  // 3 -> 65532+32768 = 98300 >> 16 = 1
+// (sum * 21844 + 32768) >> 16; at 16 bits on the high bytes only.
+TEST(AntiAliasGrey, RoundsWithTheNarrowMultiplierOnHighBytes) {
+    const uint8_t pixels[] = {255, 255, 255, 9,   // 765 -> 255
+                              0,   0,   1,   9,   // 1 -> (21844 + 32768) >> 16 = 0
+                              1,   1,   0,   9,   // 2 -> (43688 + 32768) >> 16 = 1
+                              100, 50,  0,   9,   // 150 -> 3309368 >> 16 = 50
+                              3,   0,   0,   0};  // 3 -> 98300 >> 16 = 1
     uint8_t grey[5] = {};
     aa::makeGrey8(pixels, grey, 5);
-    EXPECT_EQ(grey[0], 255);
-    EXPECT_EQ(grey[1], 0);
-    EXPECT_EQ(grey[2], 1);
-    EXPECT_EQ(grey[3], 50);
-    EXPECT_EQ(grey[4], 1);
-}
-
-TEST(AntiAliasGrey, SixteenBitUsesHighBytesOnly) {
-    const uint16_t pixels[] = {0xFFFF, 0xFF00, 0xFF7F, 0x1234,   // high bytes 255 -> 255
-                               0x01FF, 0x00FF, 0x00FF, 0xFFFF};  // high bytes 1,0,0 -> 0
-    uint8_t grey[2] = {};
-    aa::makeGrey16(pixels, grey, 2);
+    EXPECT_EQ(std::vector<uint8_t>(grey, grey + 5), (std::vector<uint8_t>{255, 0, 1, 50, 1}));
+    const uint16_t wide[] = {0xFFFF, 0xFF00, 0xFF7F, 0x1234,   // high bytes 255 -> 255
+                             0x01FF, 0x00FF, 0x00FF, 0xFFFF};  // high bytes 1,0,0 -> 0
+    aa::makeGrey16(wide, grey, 2);
     EXPECT_EQ(grey[0], 255);
     EXPECT_EQ(grey[1], 0);
 }
@@ -128,77 +120,73 @@ TEST(AntiAliasIsolated, ColumnsOfFiveRowsSkipTheMiddlePairs) {
     EXPECT_EQ(columnText(six), "11.11.");
 }
 
-// ------------------------------------------------------------ run trimming --
-// W = 16, H = 6: only row 2 is scanned (x = 2 .. 12); rows 1 and 3 are its
-// neighbours and stay as they are.
+// ------------------------------------------------------ trimming, pruning --
+// W = 16, H = 6: only row 2 is scanned (trimming: x = 2 .. 12, pruning:
+// x = 3 .. 13); rows 1 and 3 are its neighbours and stay as they are. Each
+// case gives rows 1 to 3 and the expected row 2.
 
-TextMap trimmed(const Rows& rows) {
-    TextMap m = TextMap::parse(rows);
-    aa::trimRunsInRows(m.cells.data(), m.width, m.height);
-    return m;
+struct RowCase {
+    const char* rule;
+    const char* above;
+    const char* row;
+    const char* below;
+    const char* expected;
+};
+
+TEST(AntiAliasTrim, EachRuleOnRowTwo) {
+    const char* blank = "................";
+    const RowCase cases[] = {
+        {"carried on diagonally at both ends: survives", "...11...........", ".....1111.......",
+         ".........11.....", ".....1111......."},
+        // The start is marked, and the run goes with the following cell 9.
+        {"start touching by one cell: run and cell after cleared", "....1...........",
+         ".....11112......", ".........11.....", blank},
+        {"unattached at both ends: cleared", blank, ".....11112......", blank, blank},
+        {"attached at one end only: survives", blank, ".....1111.......", ".........11.....",
+         ".....1111......."},
+        {"single cell: cleared", ".....1..........", "......1.........", ".......1........", blank},
+        {"two cells beside a parallel run: cleared", blank, ".....11.........", "..11111111......",
+         blank},
+        {"three cells beside a parallel run: survive", blank, ".....111........",
+         "..11111111......", ".....111........"},
+        {"two cells below a parallel run: cleared", "..11111111......", ".....11.........", blank,
+         blank},
+        // The run 0..2 is open where the scan begins; at x = 2 a start is
+        // judged for the 0 anyway (len = 1), at x = 3 len drops to 0, so the
+        // run 4..7 is counted from x = 4 with length 1 and cleared from
+        // x - len + 1 = 5 up to 8: its first cell survives.
+        {"run after a single-cell step counted one short", blank, "111.2222........", blank,
+         "111.2..........."},
+    };
+    for (const RowCase& c : cases) {
+        TextMap m = TextMap::parse({blank, c.above, c.row, c.below, blank, blank});
+        aa::trimRunsInRows(m.cells.data(), m.width, m.height);
+        EXPECT_EQ(m.text(), (Rows{blank, c.above, c.expected, c.below, blank, blank})) << c.rule;
+    }
 }
 
-TEST(AntiAliasTrim, RunCarriedOnDiagonallyAtBothEndsSurvives) {
-    const Rows in = {"................", "...11...........", ".....1111.......",
-                     ".........11.....", "................", "................"};
-    EXPECT_EQ(trimmed(in).text(), in);
-}
-
-TEST(AntiAliasTrim, StartTouchingByOneCellClearsRunAndCellAfter) {
-    // Row 1 carries the code at x = 4 only: the start is marked, and the run
-    // 5..8 goes together with the following cell 9 (a code-2 cell).
-    const Rows in = {"................", "....1...........", ".....11112......",
-                     ".........11.....", "................", "................"};
-    Rows out = in;
-    out[2] = "................";
-    EXPECT_EQ(trimmed(in).text(), out);
-}
-
-TEST(AntiAliasTrim, RunUnattachedAtBothEndsIsCleared) {
-    const Rows in = {"................", "................", ".....11112......",
-                     "................", "................", "................"};
-    Rows out = in;
-    out[2] = "................";
-    EXPECT_EQ(trimmed(in).text(), out);
-}
-
-TEST(AntiAliasTrim, RunAttachedAtOneEndOnlySurvives) {
-    const Rows in = {"................", "................", ".....1111.......",
-                     ".........11.....", "................", "................"};
-    EXPECT_EQ(trimmed(in).text(), in);
-}
-
-TEST(AntiAliasTrim, SingleCellRunIsCleared) {
-    const Rows in = {"................", ".....1..........", "......1.........",
-                     ".......1........", "................", "................"};
-    Rows out = in;
-    out[2] = "................";
-    EXPECT_EQ(trimmed(in).text(), out);
-}
-
-TEST(AntiAliasTrim, TwoCellRunBesideParallelRunIsMarkedButThreeCellsSurvive) {
-    const Rows two = {"................", "................", ".....11.........",
-                      "..11111111......", "................", "................"};
-    Rows out = two;
-    out[2] = "................";
-    EXPECT_EQ(trimmed(two).text(), out);
-
-    const Rows three = {"................", "................", ".....111........",
-                        "..11111111......", "................", "................"};
-    EXPECT_EQ(trimmed(three).text(), three);
-}
-
-TEST(AntiAliasTrim, RunAfterSingleCellStepIsCountedOneShort) {
-    // The run 0..2 is open where the scan begins; at x = 2 the next cell is 0
-    // and a start is judged for it anyway (len = 1). At x = 3 that "run" is a
-    // single cell and len drops to 0, so the code-2 run 4..7 is counted from
-    // x = 4 with length 1. Unattached at both ends, it is cleared from
-    // x - len + 1 = 5 up to 8: its first cell survives.
-    const Rows in = {"................", "................", "111.2222........",
-                     "................", "................", "................"};
-    Rows out = in;
-    out[2] = "111.2...........";
-    EXPECT_EQ(trimmed(in).text(), out);
+TEST(AntiAliasPrune, EachRuleOnRowTwo) {
+    const char* blank = "................";
+    const RowCase cases[] = {
+        {"unattached: goes with the cell after it", blank, ".....1112.......", blank, blank},
+        // Row 1 holds the code diagonally before the start; the single
+        // code-2 cell is cleared when the code changes after it.
+        {"attached at start: survives, single cell after goes", "....1...........",
+         ".....1112.......", blank, ".....111........"},
+        {"attached at end: survives", blank, ".....111........", "........1.......",
+         ".....111........"},
+        {"single cell: cleared even when attached", ".....1..........", "......1.........",
+         ".......1........", blank},
+        // The cleared run takes the first cell of the 2-run, which leaves the
+        // rest a single cell that goes too.
+        {"unattached run before an attached one", blank, ".....11122......", "..........2.....",
+         blank},
+    };
+    for (const RowCase& c : cases) {
+        TextMap m = TextMap::parse({blank, c.above, c.row, c.below, blank, blank});
+        aa::pruneRunsInRows(m.cells.data(), m.width, m.height);
+        EXPECT_EQ(m.text(), (Rows{blank, c.above, c.expected, c.below, blank, blank})) << c.rule;
+    }
 }
 
 TEST(AntiAliasTrim, ColumnsAreTheTransposedRule) {
@@ -226,60 +214,14 @@ TEST(AntiAliasTrim, MapsOfFiveRowsOrColumnsPassUnchanged) {
     }
 }
 
-// ------------------------------------------------------------- run pruning --
-// Row form: W = 16, H = 6, row 2 scanned for x = 3 .. 13.
-
-TextMap prunedRows(const Rows& rows) {
-    TextMap m = TextMap::parse(rows);
-    aa::pruneRunsInRows(m.cells.data(), m.width, m.height);
-    return m;
-}
-
-TEST(AntiAliasPrune, UnattachedRunGoesWithTheCellAfterIt) {
-    const Rows in = {"................", "................", ".....1112.......",
-                     "................", "................", "................"};
-    Rows out = in;
-    out[2] = "................";
-    EXPECT_EQ(prunedRows(in).text(), out);
-}
-
-TEST(AntiAliasPrune, AttachedAtStartSurvivesButSingleCellAfterGoes) {
-    // Row 1 holds the code at x = 4, diagonally before the start at x = 5.
-    // The single code-2 cell at x = 8 is cleared when the code changes after it.
-    const Rows in = {"................", "....1...........", ".....1112.......",
-                     "................", "................", "................"};
-    Rows out = in;
-    out[2] = ".....111........";
-    EXPECT_EQ(prunedRows(in).text(), out);
-}
-
-TEST(AntiAliasPrune, AttachedAtEndSurvives) {
-    const Rows in = {"................", "................", ".....111........",
-                     "........1.......", "................", "................"};
-    EXPECT_EQ(prunedRows(in).text(), in);
-}
-
-TEST(AntiAliasPrune, SingleCellIsClearedEvenWhenAttached) {
-    const Rows in = {"................", ".....1..........", "......1.........",
-                     ".......1........", "................", "................"};
-    Rows out = in;
-    out[2] = "................";
-    EXPECT_EQ(prunedRows(in).text(), out);
-}
-
 TEST(AntiAliasPrune, ColumnFormClearsExactlyTheRun) {
-    // The same configuration along column 2 of a 6 x 16 map: rows 5..7 hold
-    // an unattached run of 1, rows 8..9 a run of 2 attached at its end
-    // (column 1, row 10). The row form takes the first cell of the 2-run with
-    // the cleared run, which leaves the rest a single cell that goes too; the
-    // column form clears the 1-run only and the 2-run survives.
-    const Rows rowForm = {"................", "................", ".....11122......",
-                          "..........2.....", "................", "................"};
-    Rows rowOut = rowForm;
-    rowOut[2] = "................";
-    EXPECT_EQ(prunedRows(rowForm).text(), rowOut);
-
-    TextMap columnForm = TextMap::parse(rowForm).transposed();
+    // The last row case along column 2 of a 6 x 16 map: rows 5..7 hold an
+    // unattached run of 1, rows 8..9 a run of 2 attached at its end (column
+    // 1, row 10). The column form clears the 1-run only; the 2-run survives.
+    TextMap columnForm =
+        TextMap::parse({"................", "................", ".....11122......",
+                        "..........2.....", "................", "................"})
+            .transposed();
     // Move the attaching cell from column 3 to column 1 (both are neighbours).
     columnForm.cells[static_cast<std::size_t>(10 * 6 + 3)] = 0;
     columnForm.cells[static_cast<std::size_t>(10 * 6 + 1)] = 2;

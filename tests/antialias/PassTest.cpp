@@ -60,21 +60,6 @@ TEST(AntiAliasPass, FlatOrGentleFramesAreUnchanged) {
     EXPECT_EQ(ramp.run(), ramp.before);
 }
 
-TEST(AntiAliasPass, StepOfTwentyIsNoEdgeButTwentyOneIs) {
-    for (int step : {20, 21}) {
-        Scene8 s(10, 10, 20, 20, 6, [step](int x, int y) { return 100 + (x + y >= 9 ? step : 0); });
-        const aa::Detection d = s.detect();
-        const auto rowEdges = std::count(d.rowEdges.data(), d.rowEdges.data() + 100, 1);
-        const auto columnEdges = std::count(d.columnEdges.data(), d.columnEdges.data() + 100, 1);
-        if (step == 20) {
-            EXPECT_EQ(rowEdges + columnEdges, 0);
-        } else {
-            EXPECT_GT(rowEdges, 0);
-            EXPECT_GT(columnEdges, 0);
-        }
-    }
-}
-
 // A bright wedge between a shallow and a steep edge: one row chain and one
 // column chain. Chain 0 is never traced, so nothing is smoothed.
 TEST(AntiAliasPass, OneChainPerDirectionMeansNoSmoothing) {
@@ -176,17 +161,7 @@ void checkStress(const Pattern& p, int32_t w, int32_t h, int32_t dw, int32_t dh,
     ASSERT_EQ(again, dst);
 }
 
-class CeilingGuard {
-public:
-    explicit CeilingGuard(int32_t v8, int32_t v16 = 65535) {
-        SetMaxValue8(v8);
-        SetMaxValue16(v16);
-    }
-    ~CeilingGuard() {
-        SetMaxValue8(255);
-        SetMaxValue16(65535);
-    }
-};
+using support::CeilingGuard;
 
 TEST(AntiAliasStress, DensePicturesAtManySizes) {
     CeilingGuard ceiling(250);
@@ -209,49 +184,28 @@ TEST(AntiAliasStress, FullHighDefinitionSource) {
 
 // ----------------------------------------------------------------- 16 bits --
 
+// Two frames alike in their high bytes: a diagonal edge and a step of
+// exactly 20 (no edge), which the low bytes of one frame would push above 20.
+// Detection sees only the high bytes, so the passes write the same pixels.
 TEST(AntiAlias16, LowBytesDoNotTakePartInDetection) {
     const int32_t w = 48;
     const int32_t h = 40;
     std::vector<uint16_t> a(static_cast<std::size_t>(w * h * 4));
     std::vector<uint16_t> b(a.size());
     std::mt19937 rng(9);
-    for (int32_t y = 0; y < h; ++y) {
-        for (int32_t x = 0; x < w; ++x) {
-            // High bytes: a diagonal edge and a step of exactly 20 (no edge),
-            // which the low bytes of one frame would push above 20.
-            const int high = bands(x, y) > 100 ? 200 : (x > 30 ? 80 : 60);
-            for (int k = 0; k < 4; ++k) {
-                const std::size_t at = (static_cast<std::size_t>(y) * w + x) * 4 + k;
-                a[at] = static_cast<uint16_t>(high << 8 | (rng() & 0xFF));
-                b[at] = static_cast<uint16_t>(high << 8 | (x > 30 ? 0xFF : 0x00));
-            }
-        }
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        const int x = static_cast<int>(i / 4 % w);
+        const int high = bands(x, static_cast<int>(i / 4 / w)) > 100 ? 200 : (x > 30 ? 80 : 60);
+        a[i] = static_cast<uint16_t>(high << 8 | (rng() & 0xFF));
+        b[i] = static_cast<uint16_t>(high << 8 | (x > 30 ? 0xFF : 0x00));
     }
-    std::vector<uint8_t> ga(static_cast<std::size_t>(w * h));
-    std::vector<uint8_t> gb(ga.size());
-    aa::makeGrey16(a.data(), ga.data(), ga.size());
-    aa::makeGrey16(b.data(), gb.data(), gb.size());
-    EXPECT_EQ(ga, gb);
-    aa::Detection da;
-    aa::Detection db;
-    ASSERT_TRUE(aa::detectChains(ga.data(), w, h, da));
-    ASSERT_TRUE(aa::detectChains(gb.data(), w, h, db));
-    const std::size_t n = ga.size();
-    EXPECT_EQ(std::memcmp(da.rowEdges.data(), db.rowEdges.data(), n), 0);
-    EXPECT_EQ(std::memcmp(da.columnEdges.data(), db.columnEdges.data(), n), 0);
-    EXPECT_EQ(listOf(da.rowSegments), listOf(db.rowSegments));
-    EXPECT_EQ(listOf(da.columnSegments), listOf(db.columnSegments));
-    ASSERT_EQ(da.rowChains.count, db.rowChains.count);
-    ASSERT_EQ(da.columnChains.count, db.columnChains.count);
-    EXPECT_GT(da.rowSegments.size(), 0u);
-
-    // And the passes on the two frames write the same pixels.
     HandContext ctx(w, h, 2 * w, 2 * h, 8);
-    std::vector<uint16_t> da16 = enlargeNearest(a, w, h, 2 * w, 2 * h);
-    std::vector<uint16_t> db16 = da16;
-    ASSERT_TRUE(antiAlias16(a.data(), da16.data(), ctx.get()));
-    ASSERT_TRUE(antiAlias16(b.data(), db16.data(), ctx.get()));
-    EXPECT_EQ(da16, db16);
+    std::vector<uint16_t> outA = enlargeNearest(a, w, h, 2 * w, 2 * h);
+    std::vector<uint16_t> outB = outA;
+    ASSERT_TRUE(antiAlias16(a.data(), outA.data(), ctx.get()));
+    ASSERT_TRUE(antiAlias16(b.data(), outB.data(), ctx.get()));
+    EXPECT_EQ(outA, outB);
+    EXPECT_NE(outA, enlargeNearest(a, w, h, 2 * w, 2 * h));
 }
 
 TEST(AntiAlias16, MatchesTheEightBitPassOnWidenedFrames) {
@@ -284,31 +238,19 @@ TEST(AntiAlias16, MatchesTheEightBitPassOnWidenedFrames) {
 
 // ------------------------------------------------------- allocation failure --
 
-int gAllowed = 0;
-void* failingAlloc(uint32_t bytes) {
-    if (gAllowed <= 0) {
-        return nullptr;
-    }
-    --gAllowed;
-    return std::malloc(bytes == 0 ? 1 : bytes);
-}
-void plainFree(void* p) {
-    std::free(p);
-}
-
 TEST(AntiAliasPass, FailedAllocationLeavesTheDestinationAlone) {
     Scene8 s(40, 30, 80, 60, 10, bands);
     const std::vector<uint8_t> reference = s.run();
     ASSERT_NE(reference, s.before);
-    ASSERT_EQ(SetEngineAllocator(failingAlloc, plainFree), 0);
     bool succeeded = false;
     for (int allowed = 0; allowed < 200 && !succeeded; ++allowed) {
-        gAllowed = allowed;
         std::vector<uint8_t> dst = s.before;
-        succeeded = antiAlias8(s.src.data(), dst.data(), s.ctx.get());
+        {
+            support::AllocationLimit limit(allowed);
+            succeeded = antiAlias8(s.src.data(), dst.data(), s.ctx.get());
+        }
         EXPECT_EQ(dst, succeeded ? reference : s.before) << "allowed " << allowed;
     }
-    SetEngineAllocator(nullptr, nullptr);
     EXPECT_TRUE(succeeded);
 }
 
@@ -324,78 +266,51 @@ TEST(AntiAliasPass, NullArgumentsAreRefused) {
 
 // ------------------------------------------------------------ end to end --
 
+// The pipeline with the pass equals the pass run, with the same context, on
+// the pipeline's plain upscale; the pass does change it and never touches
+// channel 3.
 template <typename Channel>
-std::vector<Channel> processFrame(const std::vector<Channel>& src, uint32_t w, uint32_t h,
-                                  uint32_t dw, uint32_t dh, uint32_t options, uint32_t depth,
-                                  uint32_t variant, uint32_t amount,
-                                  ScaleContext** keep = nullptr) {
-    ScaleContext* ctx = nullptr;
-    EXPECT_EQ(CreateScaleContext(w, h, dw, dh, dw, dh, options, depth, variant, 0, 0, amount, &ctx),
-              0);
-    std::vector<Channel> out(static_cast<std::size_t>(dw) * dh * 4);
-    if (ctx != nullptr) {
-        EXPECT_EQ(ProcessFrame(src.data(), out.data(), ctx), 0);
-        if (keep != nullptr) {
-            *keep = ctx;
-        } else {
-            DestroyScaleContext(ctx);
+void expectPassAfterUpscale(const std::vector<Channel>& src, support::Request r, int32_t ceiling) {
+    support::Context withPass(r);
+    ASSERT_TRUE(withPass.ok());
+    std::vector<Channel> out(std::size_t{r.dstWidth} * r.dstHeight * 4);
+    ASSERT_EQ(ProcessFrame(src.data(), out.data(), withPass.get()), 0);
+    r.options &= ~uint32_t{OPT_ANTIALIAS};
+    const std::vector<Channel> upscaled = support::RunFrame(r, src);
+    std::vector<Channel> manual = upscaled;
+    if constexpr (sizeof(Channel) == 1) {
+        ASSERT_TRUE(antiAlias8(src.data(), manual.data(), withPass.get()));
+        EXPECT_LT(staircase(out, 128, 8, 120), staircase(upscaled, 128, 8, 120));
+    } else {
+        ASSERT_TRUE(antiAlias16(src.data(), manual.data(), withPass.get()));
+    }
+    EXPECT_EQ(out, manual);
+    EXPECT_NE(out, upscaled);
+    for (std::size_t i = 0; i < out.size(); ++i) {
+        ASSERT_LE(out[i], ceiling);
+        if (i % 4 == 3) {
+            ASSERT_EQ(out[i], upscaled[i]);
         }
     }
-    return out;
 }
 
 TEST(AntiAliasEndToEnd, ProcessFrameRunsThePassAfterTheUpscale) {
-    const uint32_t w = 64;
-    const uint32_t h = 48;
     const std::vector<uint8_t> src = makeFrame8(64, 48, bands);
-    for (uint32_t variant : {uint32_t{KERNEL_CELL}, uint32_t{KERNEL_TWO_PASS}}) {
-        ScaleContext* ctx = nullptr;
-        std::vector<uint8_t> plain = processFrame(src, w, h, 128, 96, OPT_LANCZOS | OPT_ANTIALIAS,
-                                                  DEPTH_8, variant, 6, &ctx);
-        ASSERT_NE(ctx, nullptr);
-        std::vector<uint8_t> upscaled =
-            processFrame(src, w, h, 128, 96, OPT_LANCZOS, DEPTH_8, variant, 6);
-        // The pass on the plain upscale, with the same context, gives the
-        // pipeline's result.
-        std::vector<uint8_t> manual = upscaled;
-        ASSERT_TRUE(antiAlias8(src.data(), manual.data(), ctx));
-        EXPECT_EQ(plain, manual);
-        EXPECT_NE(plain, upscaled);
-        EXPECT_LT(staircase(plain, 128, 8, 120), staircase(upscaled, 128, 8, 120));
-        DestroyScaleContext(ctx);
+    for (const uint32_t variant : {uint32_t{KERNEL_CELL}, uint32_t{KERNEL_TWO_PASS}}) {
+        support::Request r{64, 48, 128, 96, OPT_LANCZOS | OPT_ANTIALIAS, DEPTH_8, variant};
+        r.antiAlias = 6;
+        expectPassAfterUpscale(src, r, 255);
     }
-}
-
-TEST(AntiAliasEndToEnd, SixteenBitPipeline) {
-    const uint32_t w = 40;
-    const uint32_t h = 30;
-    std::vector<uint16_t> src(static_cast<std::size_t>(w * h * 4));
-    for (uint32_t y = 0; y < h; ++y) {
-        for (uint32_t x = 0; x < w; ++x) {
-            const uint16_t v = bands(static_cast<int>(x), static_cast<int>(y)) > 100 ? 30000 : 4000;
-            for (int k = 0; k < 4; ++k) {
-                src[(y * w + x) * 4 + k] = k == 3 ? 1234 : v;
-            }
-        }
+    std::vector<uint16_t> src16(40 * 30 * 4);
+    for (std::size_t i = 0; i < src16.size(); ++i) {
+        const int x = static_cast<int>(i / 4 % 40);
+        const int y = static_cast<int>(i / 4 / 40);
+        src16[i] = i % 4 == 3 ? 1234 : (bands(x, y) > 100 ? 30000 : 4000);
     }
     CeilingGuard ceiling(255, 32768);
-    ScaleContext* ctx = nullptr;
-    std::vector<uint16_t> withPass =
-        processFrame(src, w, h, 80, 60, OPT_ANTIALIAS, DEPTH_16, KERNEL_CELL, 10, &ctx);
-    ASSERT_NE(ctx, nullptr);
-    std::vector<uint16_t> manual = processFrame(src, w, h, 80, 60, 0, DEPTH_16, KERNEL_CELL, 10);
-    const std::vector<uint16_t> upscaled = manual;
-    ASSERT_TRUE(antiAlias16(src.data(), manual.data(), ctx));
-    EXPECT_EQ(withPass, manual);
-    EXPECT_NE(withPass, upscaled);
-    for (std::size_t i = 0; i < withPass.size(); ++i) {
-        if (i % 4 == 3) {
-            ASSERT_EQ(withPass[i], upscaled[i]);
-        } else {
-            ASSERT_LE(withPass[i], 32768);
-        }
-    }
-    DestroyScaleContext(ctx);
+    support::Request r{40, 30, 80, 60, OPT_ANTIALIAS, DEPTH_16};
+    r.antiAlias = 10;
+    expectPassAfterUpscale(src16, r, 32768);
 }
 
 }  // namespace

@@ -186,19 +186,5 @@ TEST(AntiAliasSegments, ColumnFormMirrorsTheRowForm) {
     }
 }
 
-TEST(AntiAliasSegments, ColumnListIsColumnMajorAndMidpointsStayInTheirColumn) {
-    // Two vertical staircases in the column-edge map: every pair joins
-    // neighbouring columns, and the list visits columns left to right.
-    const TextMap rows = stair(2, 4, {{5, 8}}, '1');
-    const TextMap columns = rows.transposed();  // 4 wide, 24 high
-    std::vector<uint8_t> grey(columns.cells.size(), 50);
-    aa::IndexList got;
-    ASSERT_TRUE(got.reserveExact(1));
-    ASSERT_TRUE(aa::extractColumnSegments(columns.cells.data(), grey.data(), columns.width,
-                                          columns.height, got));
-    // The row pair (3, W + 7) is (row 3, column 0) -> (row 7, column 1).
-    EXPECT_EQ(listOf(got), (std::vector<int32_t>{3 * 4 + 0, 7 * 4 + 1}));
-}
-
 }  // namespace
 }  // namespace quillon::aatest

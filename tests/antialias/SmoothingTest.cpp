@@ -11,24 +11,21 @@ namespace quillon::aatest {
 namespace {
 
 TEST(AntiAliasSpot, WindowSizeFollowsVerticalRatioAndSpread) {
-    // Ratio 2 and amount 6 (spread 2): d = 6, a 6 x 6 layout, radius 2.
-    aa::SpotGeometry g = aa::spotGeometry(1080, 2160, 2.0f);
-    ASSERT_TRUE(g.valid);
-    EXPECT_EQ(g.n, 6);
-    EXPECT_EQ(g.r, 2);
-    EXPECT_EQ(g.doubles, 108u);
-    // Ratio 1.5 rounds to 2; spread 1 gives d = 5, radius 2, odd layout.
-    g = aa::spotGeometry(100, 150, 1.0f);
-    EXPECT_EQ(g.n, 5);
-    EXPECT_EQ(g.r, 2);
-    // Ratio 1.49 rounds to 1: d = 3, radius 1.
-    g = aa::spotGeometry(100, 149, 1.0f);
-    EXPECT_EQ(g.n, 3);
-    EXPECT_EQ(g.r, 1);
-    // Ratio 4 with spread 5: d = 13.
-    g = aa::spotGeometry(10, 40, 5.0f);
-    EXPECT_EQ(g.n, 13);
-    EXPECT_EQ(g.r, 6);
+    struct Case {
+        uint32_t srcH, dstH;
+        float spread;
+        int n, r;
+    };
+    // Ratio 2, spread 2: d = 6, an even layout. Ratio 1.5 rounds to 2 and
+    // 1.49 to 1. Ratio 4 with spread 5: d = 13.
+    for (const Case& c : {Case{1080, 2160, 2.0f, 6, 2}, Case{100, 150, 1.0f, 5, 2},
+                          Case{100, 149, 1.0f, 3, 1}, Case{10, 40, 5.0f, 13, 6}}) {
+        const aa::SpotGeometry g = aa::spotGeometry(c.srcH, c.dstH, c.spread);
+        EXPECT_TRUE(g.valid);
+        EXPECT_EQ(g.n, c.n) << c.dstH;
+        EXPECT_EQ(g.r, c.r) << c.dstH;
+        EXPECT_EQ(g.doubles, static_cast<std::size_t>(3 * c.n * c.n));
+    }
     EXPECT_FALSE(aa::spotGeometry(0, 40, 1.0f).valid);
     EXPECT_FALSE(aa::spotGeometry(10, 40, NAN).valid);
 }
@@ -107,16 +104,7 @@ struct SpotFixture {
         weights.resize(static_cast<std::size_t>(3 * n * n));
         aa::buildSpotWeights(weights.data(), weights.size());
         window.assign(weights.size(), 0.0);
-        spot.frame = frame.data();
-        spot.width = fw;
-        spot.height = fh;
-        spot.weights = weights.data();
-        spot.window = window.data();
-        spot.n = n;
-        spot.r = r;
-        spot.follow = follow;
-        spot.mix = mix;
-        spot.maxValue = maxValue;
+        spot = {frame.data(), fw, fh, weights.data(), window.data(), n, r, follow, mix, maxValue};
     }
 };
 
@@ -184,42 +172,28 @@ TEST(AntiAliasSpot, OvershootIsClampedToTheCeilingAndChannelThreeIsKept) {
 }
 
 TEST(AntiAliasSpot, SixteenBitBlendClampsToItsCeiling) {
-    constexpr int32_t fw = 7;
-    constexpr int32_t fh = 7;
-    std::vector<uint16_t> frame(fw * fh * 4);
+    std::vector<uint16_t> frame(7 * 7 * 4);
     for (std::size_t i = 0; i < frame.size(); ++i) {
         frame[i] = i % 4 == 3 ? 0xBEEF : ((i / 4) % 2 ? 32768 : 0);
     }
     std::vector<double> weights(3 * 5 * 5);
     aa::buildSpotWeights(weights.data(), weights.size());
     std::vector<double> window(weights.size());
-    aa::SpotFrame spot;
-    spot.frame = frame.data();
-    spot.width = fw;
-    spot.height = fh;
-    spot.weights = weights.data();
-    spot.window = window.data();
-    spot.n = 5;
-    spot.r = 2;
-    spot.follow = 0.7;  // amount 1: the window overshoots the frame
-    spot.mix = 0.8 / std::pow(25.0, 0.25);
-    spot.maxValue = 32768;
+    // Amount 1: the window overshoots the frame.
+    const aa::SpotFrame spot{
+        frame.data(), 7, 7, weights.data(), window.data(), 5, 2, 0.7, 0.8 / std::pow(25.0, 0.25),
+        32768};
     bool first = true;
     aa::blendSpot16(spot, 3, 3, &first);
     for (std::size_t i = 0; i < frame.size(); ++i) {
-        if (i % 4 != 3) {
-            frame[i] = frame[i] == 0 ? 32768 : 0;
-        }
+        frame[i] = i % 4 == 3 ? frame[i] : (frame[i] == 0 ? 32768 : 0);
     }
     aa::blendSpot16(spot, 3, 3, &first);
     bool reachedCeiling = false;
     for (std::size_t i = 0; i < frame.size(); ++i) {
-        if (i % 4 == 3) {
-            EXPECT_EQ(frame[i], 0xBEEF);
-        } else {
-            EXPECT_LE(frame[i], 32768);
-            reachedCeiling = reachedCeiling || frame[i] == 32768;
-        }
+        EXPECT_LE(frame[i], i % 4 == 3 ? 0xBEEF : 32768);
+        EXPECT_TRUE(i % 4 != 3 || frame[i] == 0xBEEF);
+        reachedCeiling = reachedCeiling || (i % 4 != 3 && frame[i] == 32768);
     }
     EXPECT_TRUE(reachedCeiling);
 }

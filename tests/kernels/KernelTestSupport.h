@@ -9,65 +9,26 @@
 #include <cstdint>
 #include <limits>
 #include <random>
+#include <type_traits>
 #include <vector>
 
 #include "engine/Engine.h"
 #include "engine/ScaleContext.h"
+#include "kernels/Upscale16.h"
+#include "kernels/Upscale8.h"
+#include "tests/support/TestSupport.h"
 
 namespace quillon::test {
 
-// Owns one context made by CreateScaleContext.
-class Context {
-public:
-    Context(uint32_t srcWidth, uint32_t srcHeight, uint32_t dstWidth, uint32_t dstHeight,
-            uint32_t options, uint32_t depthMode, uint32_t kernelVariant) {
-        result_ = CreateScaleContext(srcWidth, srcHeight, dstWidth, dstHeight, dstWidth, dstHeight,
-                                     options, depthMode, kernelVariant, 0, 0, 0, &context_);
-    }
-    ~Context() { DestroyScaleContext(context_); }
-    Context(const Context&) = delete;
-    Context& operator=(const Context&) = delete;
-
-    bool ok() const { return result_ == 0 && context_ != nullptr; }
-    const ScaleContext* get() const { return context_; }
-    ScaleContext* mutableGet() const { return context_; }
-    const ScaleContext& operator*() const { return *context_; }
-    const ScaleContext* operator->() const { return context_; }
-
-private:
-    ScaleContext* context_ = nullptr;
-    int32_t result_ = -1;
-};
-
-// Sets a channel ceiling for one test and restores the default afterwards.
-class MaxValue8Guard {
-public:
-    explicit MaxValue8Guard(int32_t value) { EXPECT_EQ(SetMaxValue8(value), 0); }
-    ~MaxValue8Guard() { SetMaxValue8(255); }
-};
-
-class MaxValue16Guard {
-public:
-    explicit MaxValue16Guard(int32_t value) { EXPECT_EQ(SetMaxValue16(value), 0); }
-    ~MaxValue16Guard() { SetMaxValue16(65535); }
-};
-
-template <typename Sample>
-std::vector<Sample> RandomFrame(uint32_t width, uint32_t height, uint32_t seed,
-                                uint32_t maxSample) {
-    std::mt19937 rng(seed);
-    std::uniform_int_distribution<uint32_t> dist(0, maxSample);
-    std::vector<Sample> frame(static_cast<std::size_t>(width) * height * 4);
-    for (auto& s : frame) {
-        s = static_cast<Sample>(dist(rng));
-    }
-    return frame;
-}
+using support::CeilingGuard;
+using support::Context;
+using support::RandomFrame;
+using support::Request;
 
 // Random blocks of flat colour with hard edges: plenty of overshoot.
 template <typename Sample>
-std::vector<Sample> BlockyFrame(uint32_t width, uint32_t height, uint32_t seed,
-                                uint32_t maxSample) {
+std::vector<Sample> BlockyFrame(uint32_t width, uint32_t height, uint32_t maxSample,
+                                uint32_t seed) {
     std::mt19937 rng(seed);
     std::uniform_int_distribution<uint32_t> pick(0, 1);
     std::vector<Sample> frame(static_cast<std::size_t>(width) * height * 4);
@@ -105,36 +66,14 @@ inline uint32_t ModelClampIndex(int64_t i, uint32_t count) {
     return i < 0 ? 0u : (i >= count ? count - 1 : static_cast<uint32_t>(i));
 }
 
-// The four neighbourhood indices of the cubic kernel for interval s of an
-// axis of n samples: the first interval doubles sample 0, the last one
-// doubles sample n - 1.
-inline void CubicNeighbours(uint32_t s, uint32_t n, uint32_t (&out)[4]) {
-    if (s == 0) {
-        out[0] = 0;
-        out[1] = 0;
-        out[2] = 1;
-        out[3] = 2;
-    } else if (s == n - 2) {
-        out[0] = n - 3;
-        out[1] = n - 2;
-        out[2] = n - 1;
-        out[3] = n - 1;
-    } else {
-        out[0] = s - 1;
-        out[1] = s;
-        out[2] = s + 1;
-        out[3] = s + 2;
-    }
-}
-
+// The source samples under the taps of interval s of an axis of n samples:
+// s - Taps / 2 + 1 onwards, indices outside the axis replaced by the nearest
+// border sample (for the cubic kernel: the first interval doubles sample 0,
+// the last one doubles sample n - 1).
 template <int Taps>
 void Neighbours(uint32_t s, uint32_t n, uint32_t (&out)[Taps]) {
-    if constexpr (Taps == 4) {
-        CubicNeighbours(s, n, out);
-    } else {
-        for (int k = 0; k < Taps; ++k) {
-            out[k] = ModelClampIndex(static_cast<int64_t>(s) - 3 + k, n);
-        }
+    for (int k = 0; k < Taps; ++k) {
+        out[k] = ModelClampIndex(static_cast<int64_t>(s) - (Taps / 2 - 1) + k, n);
     }
 }
 
@@ -257,6 +196,66 @@ std::vector<Sample> RunKernel(Kernel kernel, const std::vector<Sample>& src,
     EXPECT_TRUE(kernel(src.data(), ones.data(), c));
     EXPECT_EQ(FirstDifference(zeros, ones), -1) << "a destination sample was not written";
     return zeros;
+}
+
+// Every upscale kernel with the options and variant that select it.
+struct KernelCase {
+    const char* name;
+    Upscale8Fn fn8;  // one of the two is set
+    Upscale16Fn fn16;
+    uint32_t variant;
+    uint32_t options;
+
+    int taps() const { return (options & OPT_LANCZOS) != 0 ? 8 : 4; }
+    uint32_t depth() const { return fn8 != nullptr ? DEPTH_8 : DEPTH_16; }
+};
+
+inline const KernelCase kKernels[] = {
+    {"cubic cell", &upscale8Cubic, nullptr, KERNEL_CELL, 0},
+    {"lanczos cell", &upscale8Lanczos, nullptr, KERNEL_CELL, OPT_LANCZOS},
+    {"cubic two-pass", &upscale8CubicTwoPass, nullptr, KERNEL_TWO_PASS, 0},
+    {"lanczos two-pass", &upscale8LanczosTwoPass, nullptr, KERNEL_TWO_PASS, OPT_LANCZOS},
+    {"cubic 16", nullptr, &upscale16Cubic, KERNEL_CELL, 0},
+    {"lanczos 16", nullptr, &upscale16Lanczos, KERNEL_CELL, OPT_LANCZOS},
+};
+
+// Calls check(kernel, function, Sample{}) for every kernel, traced by name.
+template <typename Check>
+void ForEachKernel(Check&& check) {
+    for (const KernelCase& k : kKernels) {
+        SCOPED_TRACE(k.name);
+        if (k.fn8 != nullptr) {
+            check(k, k.fn8, uint8_t{0});
+        } else {
+            check(k, k.fn16, uint16_t{0});
+        }
+    }
+}
+
+// What the model says a kernel writes; maxValue is the channel ceiling the
+// cell kernels clamp to (the two-pass kernels always clamp to 255).
+template <typename Sample>
+std::vector<Sample> ModelOutput(const KernelCase& k, const std::vector<Sample>& src,
+                                const ScaleContext& c, int32_t maxValue, uint32_t rowStep = 1) {
+    using Held = std::conditional_t<sizeof(Sample) == 1, int16_t, int32_t>;
+    if constexpr (sizeof(Sample) == 1) {
+        if (k.variant == KERNEL_TWO_PASS) {
+            return k.taps() == 8 ? TwoPassModel<8>(src, c, rowStep)
+                                 : TwoPassModel<4>(src, c, rowStep);
+        }
+    }
+    return k.taps() == 8 ? CellModel<Sample, Held, 8>(src, c, maxValue)
+                         : CellModel<Sample, Held, 4>(src, c, maxValue);
+}
+
+inline Request RequestFor(const KernelCase& k, uint32_t srcWidth, uint32_t srcHeight,
+                          uint32_t dstWidth, uint32_t dstHeight) {
+    Request r{srcWidth, srcHeight, dstWidth, dstHeight};
+    r.options = k.options;
+    r.depth = k.depth();
+    r.variant = k.variant;
+    r.quality = 0;
+    return r;
 }
 
 }  // namespace quillon::test

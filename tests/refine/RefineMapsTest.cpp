@@ -9,14 +9,12 @@
 #include <utility>
 #include <vector>
 
-#include "TestFrames.h"
+#include "RefineTestSupport.h"
 #include "engine/PositionTables.h"
 #include "engine/Refinement.h"
 
-namespace quillon {
+namespace quillon::refinetest {
 namespace {
-
-using testing::RandomFrame;
 
 // ---------------------------------------------------------------- grey maps
 
@@ -32,27 +30,18 @@ TEST(GreyConversion, EightBitIsRoundedThirdOfColourSum) {
     }
 }
 
-TEST(GreyConversion, SixteenBitUsesHighBytesOnly) {
-    const std::vector<uint16_t> frame = {
-        0x12FF, 0x3400, 0xFFFF, 0x7777,   // high bytes 0x12 0x34 0xFF
-        0x00FF, 0x00FF, 0x00FF, 0xFFFF,   // low bytes only: 0
-        0x8000, 0x8000, 0x8000, 0x0000};  // host white: 128
+// Only the high byte of a 16-bit channel counts; host white (32768) is 128.
+// A count of zero or less writes nothing.
+TEST(GreyConversion, SixteenBitUsesHighBytesAndEmptyCountsWriteNothing) {
+    const std::vector<uint16_t> frame = {0x12FF, 0x3400, 0xFFFF, 0x7777, 0x00FF, 0x00FF,
+                                         0x00FF, 0xFFFF, 0x8000, 0x8000, 0x8000, 0x0000};
     std::vector<uint8_t> grey(3, 0xAA);
     grayFrom16(grey.data(), frame.data(), 3);
-    EXPECT_EQ(grey[0], (2 * (0x12 + 0x34 + 0xFF) + 3) / 6);
-    EXPECT_EQ(grey[1], 0);
-    EXPECT_EQ(grey[2], 128);
-}
-
-TEST(GreyConversion, NonPositiveCountWritesNothing) {
-    const std::vector<uint8_t> frame8(16, 200);
-    const std::vector<uint16_t> frame16(16, 60000);
-    std::vector<uint8_t> grey(4, 7);
-    grayFrom8(grey.data(), frame8.data(), 0);
-    grayFrom8(grey.data(), frame8.data(), -5);
-    grayFrom16(grey.data(), frame16.data(), 0);
-    grayFrom16(grey.data(), frame16.data(), std::numeric_limits<int32_t>::min());
-    EXPECT_EQ(grey, std::vector<uint8_t>(4, 7));
+    EXPECT_EQ(grey, (std::vector<uint8_t>{(2 * (0x12 + 0x34 + 0xFF) + 3) / 6, 0, 128}));
+    grayFrom8(grey.data(), std::vector<uint8_t>(16, 200).data(), 0);
+    grayFrom8(grey.data(), std::vector<uint8_t>(16, 200).data(), -5);
+    grayFrom16(grey.data(), frame.data(), std::numeric_limits<int32_t>::min());
+    EXPECT_EQ(grey, (std::vector<uint8_t>{(2 * (0x12 + 0x34 + 0xFF) + 3) / 6, 0, 128}));
 }
 
 // ------------------------------------------------------------------ lattice
@@ -182,23 +171,6 @@ TEST(Lattice, EachGreyReachesExactlyTheWindowsHoldingIt) {
     }
 }
 
-TEST(Lattice, TopRightCornerReadsFirstGreyOfRowThree) {
-    const int w = 8;
-    const int h = 6;
-    std::vector<uint8_t> grey(std::size_t(w) * h, 50);
-    grey[std::size_t(3) * w] = 240;        // row 3, column 0
-    grey[std::size_t(2) * w + w - 1] = 9;  // row 2, column W - 1: the mirror's pick, unread here
-    const Lattice l = BuildLattice(grey, w, h);
-    for (int y : {0, 1}) {
-        for (int x : {w - 1, w}) {
-            EXPECT_EQ(l.max[std::size_t(y) * (w + 1) + x], 240) << x << "," << y;
-            EXPECT_EQ(l.min[std::size_t(y) * (w + 1) + x], 50) << x << "," << y;
-        }
-    }
-    // The top-left corner (its mirror) does not see row 3.
-    EXPECT_EQ(l.max[0], 50);
-}
-
 // --------------------------------------------------------------- map resize
 
 struct AxisTables {
@@ -215,142 +187,122 @@ AxisTables Axis(uint32_t n, uint32_t m) {
     return t;
 }
 
-struct MapCase {
+// A lattice map of srcW x srcH pixels and the engine's tables for its resize.
+struct MapInputs {
     uint32_t srcW, srcH, dstW, dstH;
+    AxisTables cols = Axis(srcW, dstW);
+    AxisTables rows = Axis(srcH, dstH);
+    std::vector<uint8_t> lattice = std::vector<uint8_t>(std::size_t(srcW + 1) * (srcH + 1));
+
+    MapInputs(uint32_t sw, uint32_t sh, uint32_t dw, uint32_t dh, uint32_t seed)
+        : srcW(sw), srcH(sh), dstW(dw), dstH(dh) {
+        std::mt19937 rng(seed);
+        for (auto& v : lattice) {
+            // Plenty of extremes, so the vector lanes meet their largest differences.
+            const uint32_t pick = rng() % 4;
+            v = pick == 0 ? 0 : pick == 1 ? 255 : static_cast<uint8_t>(rng());
+        }
+    }
 };
 
-std::vector<uint8_t> Resize(decltype(&scaleMapBilinear) fn, const std::vector<uint8_t>& lattice,
-                            const MapCase& c, const AxisTables& cols, const AxisTables& rows,
-                            bool* ok = nullptr) {
-    std::vector<uint8_t> out(std::size_t{c.dstW} * c.dstH, 0xC3);
-    const bool done = fn(lattice.data(), out.data(), rows.index.data(), cols.index.data(),
-                         cols.frac.data(), rows.frac.data(), c.srcW, c.srcH, c.dstW, c.dstH);
-    if (ok != nullptr) {
-        *ok = done;
+constexpr uint8_t kUntouched = 0xC3;
+
+std::vector<uint8_t> Resize(decltype(&scaleMapBilinear) fn, const MapInputs& m, bool* ok) {
+    std::vector<uint8_t> out(std::size_t{m.dstW} * m.dstH, kUntouched);
+    *ok = fn(m.lattice.data(), out.data(), m.rows.index.data(), m.cols.index.data(),
+             m.cols.frac.data(), m.rows.frac.data(), m.srcW, m.srcH, m.dstW, m.dstH);
+    return out;
+}
+
+int FloorDiv64(int v) {
+    return v >= 0 ? v / 64 : -((-v + 63) / 64);
+}
+
+// The resize as the rule states it: a lattice sample half a step on and its
+// 1/64 weight per axis, the horizontal pass first, low 8 bits kept.
+std::vector<uint8_t> ModelResize(const MapInputs& m) {
+    auto tap = [](double frac, uint32_t index, uint32_t* at) {
+        const double u = frac + 0.5;
+        *at = index + static_cast<uint32_t>(std::trunc(u));
+        return static_cast<int>(std::trunc((u - std::trunc(u)) * 64.0 + 0.5));
+    };
+    std::vector<uint8_t> out(std::size_t{m.dstW} * m.dstH);
+    const std::size_t lw = m.srcW + 1;
+    for (uint32_t r = 0; r < m.dstH; ++r) {
+        uint32_t row = 0;
+        const int fy = tap(m.rows.frac[r], m.rows.index[r], &row);
+        for (uint32_t k = 0; k < m.dstW; ++k) {
+            uint32_t col = 0;
+            const int fx = tap(m.cols.frac[k], m.cols.index[k] & 0xFFFF, &col);
+            int t[2];
+            for (int i = 0; i < 2; ++i) {
+                const uint8_t* l = &m.lattice[(row + i) * lw + col];
+                t[i] = l[0] + FloorDiv64((l[1] - l[0]) * fx + 32);
+            }
+            out[std::size_t{r} * m.dstW + k] =
+                static_cast<uint8_t>((t[0] + FloorDiv64((t[1] - t[0]) * fy + 32)) & 0xFF);
+        }
     }
     return out;
 }
 
-std::vector<uint8_t> RandomLattice(const MapCase& c, uint32_t seed) {
-    std::mt19937 rng(seed);
-    std::vector<uint8_t> l(std::size_t(c.srcW + 1) * (c.srcH + 1));
-    for (auto& v : l) {
-        // Plenty of extremes, so the vector lanes meet their largest differences.
-        const uint32_t pick = rng() % 4;
-        v = pick == 0 ? 0 : pick == 1 ? 255 : static_cast<uint8_t>(rng());
-    }
-    return l;
-}
-
-TEST(ScaleMap, VectorEqualsBilinearOnAwkwardSizes) {
-    const std::vector<MapCase> cases = {
+// Both resizers against the model; 1:1 axes included, and a width that takes
+// column indices past 8 bits.
+TEST(ScaleMap, BothResizersMatchTheModelOnAwkwardSizes) {
+    const std::vector<std::vector<uint32_t>> sizes = {
         {4, 4, 4, 4},     {4, 5, 9, 13},       {7, 6, 15, 11},       {5, 4, 8, 4},
         {9, 7, 16, 23},   {20, 10, 63, 37},    {33, 17, 100, 50},    {64, 36, 129, 72},
-        {31, 9, 250, 61}, {100, 50, 257, 130}, {320, 180, 641, 361}, {320, 180, 640, 360}};
+        {31, 9, 250, 61}, {100, 50, 257, 130}, {320, 180, 641, 361}, {320, 180, 640, 360},
+        {13, 9, 13, 9},   {300, 6, 300, 6}};
     uint32_t seed = 100;
-    for (const MapCase& c : cases) {
-        const AxisTables cols = Axis(c.srcW, c.dstW);
-        const AxisTables rows = Axis(c.srcH, c.dstH);
-        const auto lattice = RandomLattice(c, seed++);
-        bool okScalar = false;
-        bool okVector = false;
-        const auto scalar = Resize(&scaleMapBilinear, lattice, c, cols, rows, &okScalar);
-        const auto vector = Resize(&scaleMapVector, lattice, c, cols, rows, &okVector);
-        ASSERT_TRUE(okScalar && okVector);
-        EXPECT_EQ(scalar, vector) << c.srcW << "x" << c.srcH << " -> " << c.dstW << "x" << c.dstH;
-    }
-}
-
-// With no enlargement every destination sample sits on a source pixel centre,
-// midway between two lattice points each way: the rounded mean of means.
-TEST(ScaleMap, SameSizeIsRoundedMidpointOfLatticeCorners) {
-    auto mid = [](int a, int b) { return (a + b + 1) / 2; };
-    // The wide case takes column indices past 8 bits.
-    for (const MapCase& c : {MapCase{13, 9, 13, 9}, MapCase{300, 6, 300, 6}}) {
-        const AxisTables cols = Axis(c.srcW, c.dstW);
-        const AxisTables rows = Axis(c.srcH, c.dstH);
-        const auto lattice = RandomLattice(c, 7);
-        const uint32_t lw = c.srcW + 1;
+    for (const auto& s : sizes) {
+        const MapInputs m(s[0], s[1], s[2], s[3], seed++);
+        const auto want = ModelResize(m);
         for (auto fn : {&scaleMapBilinear, &scaleMapVector}) {
-            const auto got = Resize(fn, lattice, c, cols, rows);
-            for (uint32_t y = 0; y < c.dstH; ++y) {
-                for (uint32_t x = 0; x < c.dstW; ++x) {
-                    const int top = mid(lattice[y * lw + x], lattice[y * lw + x + 1]);
-                    const int bottom =
-                        mid(lattice[(y + 1) * lw + x], lattice[(y + 1) * lw + x + 1]);
-                    ASSERT_EQ(got[y * c.dstW + x], mid(top, bottom)) << x << "," << y;
-                }
-            }
+            bool ok = false;
+            EXPECT_EQ(Resize(fn, m, &ok), want) << s[0] << "x" << s[1] << " -> " << s[2] << "x"
+                                                << s[3] << (fn == &scaleMapVector ? " vector" : "");
+            EXPECT_TRUE(ok);
         }
     }
 }
 
 TEST(ScaleMap, NoneKeepsDestination) {
-    const MapCase c{8, 8, 20, 20};
-    const AxisTables cols = Axis(c.srcW, c.dstW);
-    const AxisTables rows = Axis(c.srcH, c.dstH);
-    const auto lattice = RandomLattice(c, 3);
+    const MapInputs m(8, 8, 20, 20, 3);
     bool ok = false;
-    const auto out = Resize(&scaleMapNone, lattice, c, cols, rows, &ok);
+    EXPECT_EQ(Resize(&scaleMapNone, m, &ok), std::vector<uint8_t>(20 * 20, kUntouched));
     EXPECT_TRUE(ok);
-    EXPECT_EQ(out, std::vector<uint8_t>(std::size_t{c.dstW} * c.dstH, 0xC3));
 }
 
-TEST(ScaleMap, DamagedTablesAreRefusedWithoutWriting) {
-    const MapCase c{8, 6, 19, 14};
-    const auto lattice = RandomLattice(c, 5);
-    const std::vector<uint8_t> untouched(std::size_t{c.dstW} * c.dstH, 0xC3);
+// A table that would read off the lattice, or any refused scratch block,
+// makes a resizer return false without writing.
+TEST(ScaleMap, DamagedTablesAndRefusedScratchWriteNothing) {
+    const std::vector<uint8_t> untouched(19 * 14, kUntouched);
+    const std::vector<void (*)(MapInputs&)> damages = {
+        [](MapInputs& m) { m.cols.frac[5] = std::nan(""); },
+        [](MapInputs& m) { m.rows.index[m.dstH - 1] = m.srcH; },  // past the last lattice row
+        [](MapInputs& m) {
+            m.cols.index[m.dstW - 1] = m.srcW - 1;
+            m.cols.frac[m.dstW - 1] = 1.0;  // lattice column srcWidth, next one outside
+        }};
     for (auto fn : {&scaleMapBilinear, &scaleMapVector}) {
-        {
-            AxisTables cols = Axis(c.srcW, c.dstW);
-            const AxisTables rows = Axis(c.srcH, c.dstH);
-            cols.frac[5] = std::nan("");
+        for (const auto damage : damages) {
+            MapInputs m(8, 6, 19, 14, 5);
+            damage(m);
             bool ok = true;
-            EXPECT_EQ(Resize(fn, lattice, c, cols, rows, &ok), untouched);
+            EXPECT_EQ(Resize(fn, m, &ok), untouched);
             EXPECT_FALSE(ok);
         }
-        {
-            const AxisTables cols = Axis(c.srcW, c.dstW);
-            AxisTables rows = Axis(c.srcH, c.dstH);
-            rows.index[c.dstH - 1] = c.srcH;  // would read past the last lattice row
-            bool ok = true;
-            EXPECT_EQ(Resize(fn, lattice, c, cols, rows, &ok), untouched);
-            EXPECT_FALSE(ok);
+        const MapInputs m(8, 6, 19, 14, 9);
+        bool ok = false;
+        for (int grants = 0; grants < 8 && !ok; ++grants) {
+            support::AllocationLimit limit(grants);
+            const auto out = Resize(fn, m, &ok);
+            EXPECT_EQ(out, ok ? ModelResize(m) : untouched) << grants << " grants";
         }
-        {
-            AxisTables cols = Axis(c.srcW, c.dstW);
-            const AxisTables rows = Axis(c.srcH, c.dstH);
-            cols.index[c.dstW - 1] = c.srcW - 1;
-            cols.frac[c.dstW - 1] = 1.0;  // lattice column srcWidth, next one outside
-            bool ok = true;
-            EXPECT_EQ(Resize(fn, lattice, c, cols, rows, &ok), untouched);
-            EXPECT_FALSE(ok);
-        }
+        EXPECT_TRUE(ok);
     }
 }
 
-void* FailingAlloc(uint32_t) {
-    return nullptr;
-}
-void NoFree(void*) {}
-
-TEST(ScaleMap, FailedScratchLeavesDestination) {
-    const MapCase c{8, 6, 19, 14};
-    const AxisTables cols = Axis(c.srcW, c.dstW);
-    const AxisTables rows = Axis(c.srcH, c.dstH);
-    const auto lattice = RandomLattice(c, 9);
-    ASSERT_EQ(SetEngineAllocator(&FailingAlloc, &NoFree), 0);
-    bool okScalar = true;
-    bool okVector = true;
-    const auto scalar = Resize(&scaleMapBilinear, lattice, c, cols, rows, &okScalar);
-    const auto vector = Resize(&scaleMapVector, lattice, c, cols, rows, &okVector);
-    ASSERT_EQ(SetEngineAllocator(nullptr, nullptr), 0);
-    const std::vector<uint8_t> untouched(std::size_t{c.dstW} * c.dstH, 0xC3);
-    EXPECT_FALSE(okScalar);
-    EXPECT_FALSE(okVector);
-    EXPECT_EQ(scalar, untouched);
-    EXPECT_EQ(vector, untouched);
-}
-
 }  // namespace
-}  // namespace quillon
+}  // namespace quillon::refinetest

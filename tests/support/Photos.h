@@ -1,7 +1,6 @@
-// Frames, hand-built contexts and photo loading shared by the refinement and
-// sharpen tests.
-#ifndef QUILLON_TESTS_REFINE_TESTFRAMES_H
-#define QUILLON_TESTS_REFINE_TESTFRAMES_H
+// Test photographs: PNG loading and conversion to the working layouts.
+#ifndef QUILLON_TESTS_SUPPORT_PHOTOS_H
+#define QUILLON_TESTS_SUPPORT_PHOTOS_H
 
 #include <png.h>
 
@@ -9,72 +8,10 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <random>
 #include <string>
 #include <vector>
 
-#include "engine/CurveTables.h"
-#include "engine/Engine.h"
-#include "engine/ScaleContext.h"
-
-namespace quillon::testing {
-
-// Restores the channel ceilings a test changed, even when it fails early.
-class CeilingGuard {
-public:
-    CeilingGuard() = default;
-    ~CeilingGuard() {
-        SetMaxValue8(255);
-        SetMaxValue16(65535);
-    }
-    CeilingGuard(const CeilingGuard&) = delete;
-    CeilingGuard& operator=(const CeilingGuard&) = delete;
-};
-
-// A context with only the fields the refinement apply and the sharpen pass
-// read, backed by vectors owned here.
-struct HandContext {
-    ScaleContext context{};
-    std::vector<uint8_t> refineMin;
-    std::vector<uint8_t> refineMax;
-    std::vector<int16_t> refineCurve;
-    std::vector<uint16_t> sharpenCurve;
-
-    HandContext(uint32_t width, uint32_t height) {
-        context.dstWidth = width;
-        context.dstHeight = height;
-    }
-
-    void WithRefine(double shape) {
-        const std::size_t count = std::size_t{context.dstWidth} * context.dstHeight;
-        refineMin.assign(count, 0);
-        refineMax.assign(count, 0);
-        refineCurve.assign(std::size_t{kRefineCurveRows} * kRefineCurveColumns, 0);
-        buildRefineCurve(shape, refineCurve.data());
-        context.refineMin = refineMin.data();
-        context.refineMax = refineMax.data();
-        context.refineCurve = refineCurve.data();
-    }
-
-    // sharpness: the Sharpness slider value 1..25.
-    void WithSharpen(uint32_t sharpness) {
-        const float gain = static_cast<float>((sharpness - 0.52) / 24.0);
-        sharpenCurve.assign(kSharpenCurveSize, 0);
-        buildSharpenCurve(static_cast<double>(gain), sharpenCurve.data());
-        context.sharpenCurve = sharpenCurve.data();
-    }
-};
-
-template <typename T>
-std::vector<T> RandomFrame(uint32_t width, uint32_t height, uint32_t maxValue, uint32_t seed) {
-    std::mt19937 rng(seed);
-    std::uniform_int_distribution<uint32_t> dist(0, maxValue);
-    std::vector<T> frame(std::size_t{width} * height * 4);
-    for (T& v : frame) {
-        v = static_cast<T>(dist(rng));
-    }
-    return frame;
-}
+namespace quillon::support {
 
 // An RGB(A) picture as read from a PNG: 8 or 16 bits, values unscaled.
 struct Picture {
@@ -173,11 +110,6 @@ inline std::vector<uint16_t> ToWorking16(const Picture& p) {
     return frame;
 }
 
-// Grey of a working pixel as the refinement sees an 8-bit frame.
-inline int Grey8(const uint8_t* px) {
-    return static_cast<int>(((px[0] + px[1] + px[2]) * 21844u + 32768u) >> 16);
-}
+}  // namespace quillon::support
 
-}  // namespace quillon::testing
-
-#endif  // QUILLON_TESTS_REFINE_TESTFRAMES_H
+#endif  // QUILLON_TESTS_SUPPORT_PHOTOS_H
