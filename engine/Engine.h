@@ -23,25 +23,13 @@ typedef void* (*EngineAllocFn)(uint32_t byteCount);
 typedef void (*EngineFreeFn)(void* block);
 
 // EngineOptions bits.
-enum {
-    OPT_LANCZOS = 1,
-    OPT_SHARPEN = 2,
-    OPT_REFINE = 4,
-    OPT_ANTIALIAS = 8
-};
+enum { OPT_LANCZOS = 1, OPT_SHARPEN = 2, OPT_REFINE = 4, OPT_ANTIALIAS = 8 };
 
 // KernelVariant: the 8-bit upscale implementation.
-enum {
-    KERNEL_CELL = 0,
-    KERNEL_NONE = 1,
-    KERNEL_TWO_PASS = 2
-};
+enum { KERNEL_CELL = 0, KERNEL_NONE = 1, KERNEL_TWO_PASS = 2 };
 
 // depthMode values.
-enum {
-    DEPTH_8 = 0,
-    DEPTH_16 = 1
-};
+enum { DEPTH_8 = 0, DEPTH_16 = 1 };
 
 // Both null restores the 16-byte-aligned defaults; both set installs them;
 // exactly one null returns -1 and changes nothing.

@@ -17,9 +17,8 @@ template <typename T>
 class ScratchBuffer {
 public:
     explicit ScratchBuffer(std::size_t count)
-        : data_(count <= SIZE_MAX / sizeof(T)
-                    ? static_cast<T*>(EngineAllocate(count * sizeof(T)))
-                    : nullptr) {}
+        : data_(count <= SIZE_MAX / sizeof(T) ? static_cast<T*>(EngineAllocate(count * sizeof(T)))
+                                              : nullptr) {}
     ~ScratchBuffer() { EngineRelease(data_); }
     ScratchBuffer(const ScratchBuffer&) = delete;
     ScratchBuffer& operator=(const ScratchBuffer&) = delete;

@@ -13,8 +13,12 @@ namespace quillon {
 extern std::atomic<int32_t> gMaxValue8;
 extern std::atomic<int32_t> gMaxValue16;
 
-inline int32_t MaxValue8() { return gMaxValue8.load(std::memory_order_relaxed); }
-inline int32_t MaxValue16() { return gMaxValue16.load(std::memory_order_relaxed); }
+inline int32_t MaxValue8() {
+    return gMaxValue8.load(std::memory_order_relaxed);
+}
+inline int32_t MaxValue16() {
+    return gMaxValue16.load(std::memory_order_relaxed);
+}
 
 }  // namespace quillon
 

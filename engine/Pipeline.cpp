@@ -19,10 +19,10 @@ namespace {
 
 bool ResizeRefineMaps(const ScaleContext& c) {
     const KernelSlots& k = c.slots;
-    return k.scaleMap(c.latticeMin, c.refineMin, c.rowIndex, c.columnIndex, c.columnFrac,
-                      c.rowFrac, c.srcWidth, c.srcHeight, c.dstWidth, c.dstHeight) &&
-           k.scaleMap(c.latticeMax, c.refineMax, c.rowIndex, c.columnIndex, c.columnFrac,
-                      c.rowFrac, c.srcWidth, c.srcHeight, c.dstWidth, c.dstHeight);
+    return k.scaleMap(c.latticeMin, c.refineMin, c.rowIndex, c.columnIndex, c.columnFrac, c.rowFrac,
+                      c.srcWidth, c.srcHeight, c.dstWidth, c.dstHeight) &&
+           k.scaleMap(c.latticeMax, c.refineMax, c.rowIndex, c.columnIndex, c.columnFrac, c.rowFrac,
+                      c.srcWidth, c.srcHeight, c.dstWidth, c.dstHeight);
 }
 
 bool Run8(const uint8_t* source, ScaleContext& c) {

@@ -16,10 +16,10 @@ using Upscale8Fn = bool (*)(const uint8_t* source, uint8_t* destination,
                             const ScaleContext* context);
 using Upscale16Fn = bool (*)(const uint16_t* source, uint16_t* destination,
                              const ScaleContext* context);
-using ScaleMapFn = bool (*)(const uint8_t* lattice, uint8_t* destination,
-                            const uint32_t* rowIndex, const uint32_t* columnIndex,
-                            const double* columnFrac, const double* rowFrac, uint32_t srcWidth,
-                            uint32_t srcHeight, uint32_t dstWidth, uint32_t dstHeight);
+using ScaleMapFn = bool (*)(const uint8_t* lattice, uint8_t* destination, const uint32_t* rowIndex,
+                            const uint32_t* columnIndex, const double* columnFrac,
+                            const double* rowFrac, uint32_t srcWidth, uint32_t srcHeight,
+                            uint32_t dstWidth, uint32_t dstHeight);
 using Sharpen8Fn = bool (*)(uint8_t* frame, const ScaleContext* context);
 using GrayFrom8Fn = void (*)(uint8_t* grey, const uint8_t* frame, int32_t pixelCount);
 

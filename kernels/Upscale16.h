@@ -9,8 +9,7 @@
 namespace quillon {
 
 bool upscale16Cubic(const uint16_t* source, uint16_t* destination, const ScaleContext* context);
-bool upscale16Lanczos(const uint16_t* source, uint16_t* destination,
-                      const ScaleContext* context);
+bool upscale16Lanczos(const uint16_t* source, uint16_t* destination, const ScaleContext* context);
 
 }  // namespace quillon
 

@@ -15,8 +15,7 @@ bool upscale8Lanczos(const uint8_t* source, uint8_t* destination, const ScaleCon
 // Two whole passes in 16-bit vector lanes (SSE2), clamped to 0..255 always.
 // Return false, leaving the destination untouched, when the scratch frame
 // cannot be allocated.
-bool upscale8CubicTwoPass(const uint8_t* source, uint8_t* destination,
-                          const ScaleContext* context);
+bool upscale8CubicTwoPass(const uint8_t* source, uint8_t* destination, const ScaleContext* context);
 bool upscale8LanczosTwoPass(const uint8_t* source, uint8_t* destination,
                             const ScaleContext* context);
 

@@ -19,18 +19,21 @@ struct Case {
 };
 
 const Case kCases[] = {
-    {0, DEPTH_8, KERNEL_CELL, 0},         {1, DEPTH_8, KERNEL_TWO_PASS, 0},
-    {15, DEPTH_8, KERNEL_TWO_PASS, 3},    {6, DEPTH_8, KERNEL_NONE, 1},
-    {15, DEPTH_16, KERNEL_CELL, 2},       {5, DEPTH_16, KERNEL_CELL, 0},
+    {0, DEPTH_8, KERNEL_CELL, 0},      {1, DEPTH_8, KERNEL_TWO_PASS, 0},
+    {15, DEPTH_8, KERNEL_TWO_PASS, 3}, {6, DEPTH_8, KERNEL_NONE, 1},
+    {15, DEPTH_16, KERNEL_CELL, 2},    {5, DEPTH_16, KERNEL_CELL, 0},
 };
 
 // Allocation count: 8 tables + 2 position arrays + context, plus weights,
 // refinement maps and curve, the sharpen curve and an owned work frame.
 int ExpectedAllocations(const Case& k) {
     int n = 1 + 6 + 2 + 2;
-    if (k.options & OPT_REFINE) n += 6;
-    if (k.options & OPT_SHARPEN) n += 1;
-    if (k.outExtra != 0) n += 1;
+    if (k.options & OPT_REFINE)
+        n += 6;
+    if (k.options & OPT_SHARPEN)
+        n += 1;
+    if (k.outExtra != 0)
+        n += 1;
     return n;
 }
 
@@ -70,18 +73,18 @@ TEST(ContextMemory, EveryFailedAllocationIsReportedAndCleanedUp) {
 TEST(ContextMemory, BuffersBeyondTheHooksSizeArgumentAreRefused) {
     // 65536 x 65536 x 8 bytes cannot be asked for through a 32-bit size.
     ScaleContext* c = nullptr;
-    EXPECT_EQ(CreateScaleContext(4, 4, 65536, 65536, 65536, 65536, 0, DEPTH_16, KERNEL_CELL, 0,
-                                 0, 0, &c),
-              0);  // no owned frame: the tables alone fit
+    EXPECT_EQ(
+        CreateScaleContext(4, 4, 65536, 65536, 65536, 65536, 0, DEPTH_16, KERNEL_CELL, 0, 0, 0, &c),
+        0);  // no owned frame: the tables alone fit
     DestroyScaleContext(c);
     c = nullptr;
     EXPECT_EQ(CreateScaleContext(4, 4, 65536, 65536, 65536, 65536, OPT_REFINE, DEPTH_16,
                                  KERNEL_CELL, 0, 0, 0, &c),
               -1);  // each refinement map would be 4 GiB
     EXPECT_EQ(c, nullptr);
-    EXPECT_EQ(CreateScaleContext(4, 4, 65535, 65535, 65536, 65536, 0, DEPTH_16, KERNEL_CELL, 0,
-                                 0, 0, &c),
-              -1);  // the owned work frame would be 32 GiB
+    EXPECT_EQ(
+        CreateScaleContext(4, 4, 65535, 65535, 65536, 65536, 0, DEPTH_16, KERNEL_CELL, 0, 0, 0, &c),
+        -1);  // the owned work frame would be 32 GiB
     EXPECT_EQ(c, nullptr);
 }
 

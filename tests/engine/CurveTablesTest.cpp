@@ -17,7 +17,9 @@ std::vector<int16_t> RefineCurve(double shape) {
     return t;
 }
 
-int Entry(const std::vector<int16_t>& t, int r, int k) { return t[r * 511 + k + 255]; }
+int Entry(const std::vector<int16_t>& t, int r, int k) {
+    return t[r * 511 + k + 255];
+}
 
 TEST(RefineCurve, PassesThroughBothEndsOfTheRange) {
     for (double shape : {0.1, 0.5, 1.35}) {
@@ -64,7 +66,8 @@ TEST(RefineCurve, ExponentGrowsWithRangeAndShape) {
 TEST(SharpenCurve, RowZeroAndDeadZoneHaveUnitGain) {
     std::vector<uint16_t> t(kSharpenCurveSize);
     buildSharpenCurve(1.02, t.data());
-    for (int j = 0; j < 256; ++j) EXPECT_EQ(t[j], 16384);
+    for (int j = 0; j < 256; ++j)
+        EXPECT_EQ(t[j], 16384);
     for (int c = 1; c < 256; ++c) {
         for (int b = std::max(0, c - 5); b <= std::min(255, c + 5); ++b) {
             ASSERT_EQ(t[c * 256 + b], 16384) << c << "," << b;
@@ -83,8 +86,10 @@ TEST(SharpenCurve, SmallestGainStaysNearUnityAndClampsAtZero) {
         EXPECT_NEAR(t[255 * 256 + j], 16384, 164) << j;
     }
     // Row 1: 1 + 0.01 * (1 - j) reaches 0 from j = 101 upward.
-    for (int j = 7; j <= 100; ++j) EXPECT_GT(t[256 + j], 0) << j;
-    for (int j = 101; j < 256; ++j) EXPECT_EQ(t[256 + j], 0) << j;
+    for (int j = 7; j <= 100; ++j)
+        EXPECT_GT(t[256 + j], 0) << j;
+    for (int j = 101; j < 256; ++j)
+        EXPECT_EQ(t[256 + j], 0) << j;
 }
 
 TEST(SharpenCurve, GainIsOnePlusAmountTimesRelativeDifference) {
@@ -93,7 +98,8 @@ TEST(SharpenCurve, GainIsOnePlusAmountTimesRelativeDifference) {
     buildSharpenCurve(g, t.data());
     for (int c : {7, 100, 200, 255}) {
         for (int b : {0, 50, 180, 255}) {
-            if (std::abs(c - b) <= 5) continue;
+            if (std::abs(c - b) <= 5)
+                continue;
             const double gain = 1.0 + g * (c - b) / c;
             const double expected = gain > 0 ? gain * 16384 : 0;
             EXPECT_NEAR(t[c * 256 + b], expected, 1.0) << c << "," << b;

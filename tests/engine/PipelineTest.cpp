@@ -17,13 +17,14 @@ using quillon::ScaleRequest;
 std::vector<uint8_t> Noise(std::size_t bytes, unsigned seed) {
     std::mt19937 rng(seed);
     std::vector<uint8_t> v(bytes);
-    for (auto& b : v) b = static_cast<uint8_t>(rng());
+    for (auto& b : v)
+        b = static_cast<uint8_t>(rng());
     return v;
 }
 
 TEST(Pipeline, NullArgumentsAreRejectedAndNothingIsTouched) {
-    auto engine = ScaleEngine::Create({.srcWidth = 8, .srcHeight = 8, .dstWidth = 16,
-                                       .dstHeight = 16});
+    auto engine =
+        ScaleEngine::Create({.srcWidth = 8, .srcHeight = 8, .dstWidth = 16, .dstHeight = 16});
     ASSERT_TRUE(engine);
     std::vector<uint8_t> src(8 * 8 * 4, 9), out(16 * 16 * 4, 77);
     EXPECT_EQ(ProcessFrame(nullptr, out.data(), engine->get()), -1);
@@ -39,11 +40,17 @@ void ExpectCentred(uint32_t depth, uint32_t w, uint32_t h, uint32_t outW, uint32
     const std::size_t px = 4;
     std::vector<Sample> src(std::size_t{w} * h * px);
     std::mt19937 rng(w * 131 + h);
-    for (auto& s : src) s = static_cast<Sample>(rng() % (depth == DEPTH_16 ? 32769 : 256));
+    for (auto& s : src)
+        s = static_cast<Sample>(rng() % (depth == DEPTH_16 ? 32769 : 256));
     std::vector<Sample> out(std::size_t{outW} * outH * px, 0x55);
-    auto engine = ScaleEngine::Create({.srcWidth = w, .srcHeight = h, .dstWidth = w,
-                                       .dstHeight = h, .outWidth = outW, .outHeight = outH,
-                                       .depthMode = depth, .kernelVariant = KERNEL_CELL});
+    auto engine = ScaleEngine::Create({.srcWidth = w,
+                                       .srcHeight = h,
+                                       .dstWidth = w,
+                                       .dstHeight = h,
+                                       .outWidth = outW,
+                                       .outHeight = outH,
+                                       .depthMode = depth,
+                                       .kernelVariant = KERNEL_CELL});
     ASSERT_TRUE(engine);
     ASSERT_TRUE(engine->Process(src.data(), out.data()));
     const uint32_t x0 = (outW - w) / 2, y0 = (outH - h) / 2;
@@ -80,10 +87,16 @@ TEST(Pipeline, ContextsWithDifferentSettingsRunSideBySide) {
         }
         return out;
     };
-    const ScaleRequest cubicCell{.srcWidth = w, .srcHeight = h, .dstWidth = dw, .dstHeight = dh,
+    const ScaleRequest cubicCell{.srcWidth = w,
+                                 .srcHeight = h,
+                                 .dstWidth = dw,
+                                 .dstHeight = dh,
                                  .kernelVariant = KERNEL_CELL};
-    const ScaleRequest lanczosTwoPass{.srcWidth = w, .srcHeight = h, .dstWidth = dw,
-                                      .dstHeight = dh, .options = OPT_LANCZOS,
+    const ScaleRequest lanczosTwoPass{.srcWidth = w,
+                                      .srcHeight = h,
+                                      .dstWidth = dw,
+                                      .dstHeight = dh,
+                                      .options = OPT_LANCZOS,
                                       .kernelVariant = KERNEL_TWO_PASS};
     const auto aloneA = run(cubicCell, nullptr);
     const auto aloneB = run(lanczosTwoPass, nullptr);
@@ -100,14 +113,21 @@ TEST(Pipeline, ContextsWithDifferentSettingsRunSideBySide) {
 TEST(Pipeline, KernelNoneKeepsTheOutputAndAnOwnedCanvasIsBlack) {
     const auto src = Noise(8 * 8 * 4, 3);
     std::vector<uint8_t> out(16 * 16 * 4, 200);
-    auto keep = ScaleEngine::Create({.srcWidth = 8, .srcHeight = 8, .dstWidth = 16,
-                                     .dstHeight = 16, .kernelVariant = KERNEL_NONE});
+    auto keep = ScaleEngine::Create({.srcWidth = 8,
+                                     .srcHeight = 8,
+                                     .dstWidth = 16,
+                                     .dstHeight = 16,
+                                     .kernelVariant = KERNEL_NONE});
     ASSERT_TRUE(keep && keep->Process(src.data(), out.data()));
     EXPECT_EQ(out, std::vector<uint8_t>(16 * 16 * 4, 200));
 
     std::vector<uint8_t> canvas(18 * 16 * 4, 200);
-    auto owned = ScaleEngine::Create({.srcWidth = 8, .srcHeight = 8, .dstWidth = 16,
-                                      .dstHeight = 16, .outWidth = 18, .outHeight = 16,
+    auto owned = ScaleEngine::Create({.srcWidth = 8,
+                                      .srcHeight = 8,
+                                      .dstWidth = 16,
+                                      .dstHeight = 16,
+                                      .outWidth = 18,
+                                      .outHeight = 16,
                                       .kernelVariant = KERNEL_NONE});
     ASSERT_TRUE(owned && owned->Process(src.data(), canvas.data()));
     EXPECT_EQ(canvas, std::vector<uint8_t>(18 * 16 * 4, 0));

@@ -50,7 +50,8 @@ TEST(CubicTaps, NegativeLobesRoundAwayFromZero) {
     auto keys = [](double d) {
         const double a = -0.75;
         d = std::fabs(d);
-        if (d <= 1) return (a + 2) * d * d * d - (a + 3) * d * d + 1;
+        if (d <= 1)
+            return (a + 2) * d * d * d - (a + 3) * d * d + 1;
         return a * d * d * d - 5 * a * d * d + 8 * a * d - 4 * a;
     };
     auto round = [](double v) { return static_cast<int>(v < 0 ? v - 0.5 : v + 0.5); };
@@ -89,7 +90,8 @@ TEST(LanczosTaps, ZeroFractionIsTheIdentityAndHalfIsSymmetric) {
 
 TEST(WeightLayouts, ReplicatedLayoutsRepeatThePlainOnes) {
     std::vector<double> fractions;
-    for (int i = 0; i <= 40; ++i) fractions.push_back(i / 40.0);
+    for (int i = 0; i <= 40; ++i)
+        fractions.push_back(i / 40.0);
     const auto n = static_cast<uint32_t>(fractions.size());
 
     struct Family {
