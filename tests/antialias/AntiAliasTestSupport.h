@@ -1,9 +1,8 @@
 // Helpers shared by the anti-aliasing tests: edge maps written as text,
-// hand-made contexts, synthetic pictures.
+// engine contexts, synthetic pictures.
 #ifndef QUILLON_TESTS_ANTIALIAS_SUPPORT_H
 #define QUILLON_TESTS_ANTIALIAS_SUPPORT_H
 
-#include <cmath>
 #include <cstdint>
 #include <random>
 #include <string>
@@ -15,16 +14,16 @@
 
 namespace quillon::aatest {
 
-// A map written as rows of '.', '1' and '2'.
+using Rows = std::vector<std::string>;
+
+// An edge map; as text, rows of '.' (no edge), '1' and '2'.
 struct TextMap {
     int32_t width = 0;
     int32_t height = 0;
     std::vector<uint8_t> cells;
 
-    static TextMap parse(const std::vector<std::string>& rows) {
-        TextMap m;
-        m.height = static_cast<int32_t>(rows.size());
-        m.width = static_cast<int32_t>(rows.front().size());
+    static TextMap parse(const Rows& rows) {
+        TextMap m{static_cast<int32_t>(rows.front().size()), static_cast<int32_t>(rows.size()), {}};
         for (const std::string& row : rows) {
             for (char ch : row) {
                 m.cells.push_back(ch == '.' ? 0 : static_cast<uint8_t>(ch - '0'));
@@ -33,84 +32,53 @@ struct TextMap {
         return m;
     }
 
-    std::vector<std::string> text() const {
-        std::vector<std::string> rows;
-        for (int32_t y = 0; y < height; ++y) {
-            std::string row;
-            for (int32_t x = 0; x < width; ++x) {
-                const uint8_t v = cells[static_cast<std::size_t>(y * width + x)];
-                row.push_back(v == 0 ? '.' : static_cast<char>('0' + v));
-            }
-            rows.push_back(row);
+    Rows text() const {
+        Rows rows(static_cast<std::size_t>(height));
+        for (std::size_t i = 0; i < cells.size(); ++i) {
+            rows[i / static_cast<std::size_t>(width)].push_back(
+                cells[i] == 0 ? '.' : static_cast<char>('0' + cells[i]));
         }
         return rows;
     }
 
     TextMap transposed() const {
-        TextMap t;
-        t.width = height;
-        t.height = width;
-        t.cells.resize(cells.size());
-        for (int32_t y = 0; y < height; ++y) {
-            for (int32_t x = 0; x < width; ++x) {
-                t.cells[static_cast<std::size_t>(x * height + y)] =
-                    cells[static_cast<std::size_t>(y * width + x)];
-            }
+        TextMap t{height, width, cells};
+        for (int32_t i = 0; i < width * height; ++i) {
+            t.cells[static_cast<std::size_t>((i % width) * height + i / width)] =
+                cells[static_cast<std::size_t>(i)];
         }
         return t;
     }
 };
 
-// Random map whose codes come in runs, so that every rule gets exercised.
+// Random map whose codes come in runs of 1 to 5, so that every rule fires.
 inline TextMap randomRunMap(int32_t width, int32_t height, uint32_t seed) {
     std::mt19937 rng(seed);
-    TextMap m;
-    m.width = width;
-    m.height = height;
-    m.cells.resize(static_cast<std::size_t>(width) * height);
-    for (int32_t y = 0; y < height; ++y) {
-        int32_t x = 0;
-        while (x < width) {
-            const int32_t len = 1 + static_cast<int32_t>(rng() % 5);
-            const uint8_t code = static_cast<uint8_t>(rng() % 3);
-            for (int32_t i = 0; i < len && x < width; ++i, ++x) {
-                m.cells[static_cast<std::size_t>(y * width + x)] = code;
-            }
-        }
+    TextMap m{width, height, {}};
+    while (m.cells.size() < static_cast<std::size_t>(width) * height) {
+        m.cells.insert(m.cells.end(), 1 + rng() % 5, static_cast<uint8_t>(rng() % 3));
     }
+    m.cells.resize(static_cast<std::size_t>(width) * height);
     return m;
 }
 
-// A context made by the engine for an anti-aliasing request.
-class HandContext {
-public:
-    HandContext(uint32_t srcW, uint32_t srcH, uint32_t dstW, uint32_t dstH, uint32_t amount)
-        : context_(MakeRequest(srcW, srcH, dstW, dstH, amount)) {}
-    ScaleContext* get() const { return context_.get(); }
+// The request for an anti-aliased enlargement.
+inline support::Request aaRequest(int32_t srcW, int32_t srcH, int32_t dstW, int32_t dstH,
+                                  uint32_t amount) {
+    support::Request r{static_cast<uint32_t>(srcW), static_cast<uint32_t>(srcH),
+                       static_cast<uint32_t>(dstW), static_cast<uint32_t>(dstH), OPT_ANTIALIAS};
+    r.antiAlias = amount;
+    return r;
+}
 
-private:
-    static support::Request MakeRequest(uint32_t srcW, uint32_t srcH, uint32_t dstW, uint32_t dstH,
-                                        uint32_t amount) {
-        support::Request r{srcW, srcH, dstW, dstH, OPT_ANTIALIAS};
-        r.antiAlias = amount;
-        return r;
-    }
-    support::Context context_;
-};
-
-// 8-bit BGRA frame; `shade(x, y)` gives the grey level, transparency gets a
-// fixed marker.
-template <typename Shade>
-std::vector<uint8_t> makeFrame8(int32_t width, int32_t height, Shade shade, uint8_t marker = 77) {
-    std::vector<uint8_t> f(static_cast<std::size_t>(width) * height * 4);
-    for (int32_t y = 0; y < height; ++y) {
-        for (int32_t x = 0; x < width; ++x) {
-            uint8_t* p = &f[(static_cast<std::size_t>(y) * width + x) * 4];
-            const int v = shade(x, y);
-            p[0] = static_cast<uint8_t>(v);
-            p[1] = static_cast<uint8_t>(v);
-            p[2] = static_cast<uint8_t>(v);
-            p[3] = marker;
+// 4-channel grey frame from `shade(x, y)`; channel 3 holds `marker`.
+template <typename Channel, typename Shade>
+std::vector<Channel> makeFrame(int32_t width, int32_t height, Shade shade, Channel marker = 77) {
+    std::vector<Channel> f(static_cast<std::size_t>(width) * height * 4, marker);
+    for (std::size_t i = 0; i < f.size(); ++i) {
+        if (i % 4 != 3) {
+            const auto p = static_cast<int32_t>(i / 4);
+            f[i] = static_cast<Channel>(shade(p % width, p / width));
         }
     }
     return f;
@@ -122,15 +90,11 @@ template <typename Channel>
 std::vector<Channel> enlargeNearest(const std::vector<Channel>& src, int32_t srcW, int32_t srcH,
                                     int32_t dstW, int32_t dstH) {
     std::vector<Channel> d(static_cast<std::size_t>(dstW) * dstH * 4);
-    for (int32_t y = 0; y < dstH; ++y) {
-        const int32_t sy = static_cast<int32_t>(int64_t{y} * srcH / dstH);
-        for (int32_t x = 0; x < dstW; ++x) {
-            const int32_t sx = static_cast<int32_t>(int64_t{x} * srcW / dstW);
-            for (int k = 0; k < 4; ++k) {
-                d[(static_cast<std::size_t>(y) * dstW + x) * 4 + k] =
-                    src[(static_cast<std::size_t>(sy) * srcW + sx) * 4 + k];
-            }
-        }
+    for (std::size_t i = 0; i < d.size(); ++i) {
+        const auto p = static_cast<int64_t>(i / 4);
+        const int64_t sx = p % dstW * srcW / dstW;
+        const int64_t sy = p / dstW * srcH / dstH;
+        d[i] = src[static_cast<std::size_t>((sy * srcW + sx) * 4) + i % 4];
     }
     return d;
 }
