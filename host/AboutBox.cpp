@@ -36,13 +36,7 @@ PF_Err HandleAbout(const CommandArgs& args) {
     }
     if (globals != nullptr && globals->module != nullptr &&
         globals->functions.showAboutBox != nullptr) {
-        BrandingProductInfo product{};
-        product.productName = plugin::kEffectName;
-        product.suiteName = plugin::kSuiteName;
-        product.subTitle = "";
-        product.versionMajor = plugin::kVersionMajor;
-        product.versionMinor = plugin::kVersionMinor;
-        product.versionBugFix = plugin::kVersionBugFix;
+        BrandingProductInfo product = EffectProductInfo();
         product.description = plugin::kDescription;
         product.productWebPage = kProductWebPage;
         const BrandingBuildStrings strings{

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "host/PluginInfo.h"
+
 #ifdef _WIN32
 #include <shlobj.h>
 #include <windows.h>
@@ -9,6 +11,17 @@
 #endif
 
 namespace quillon::host {
+
+BrandingProductInfo EffectProductInfo() {
+    BrandingProductInfo product{};
+    product.productName = plugin::kEffectName;
+    product.suiteName = plugin::kSuiteName;
+    product.subTitle = "";
+    product.versionMajor = plugin::kVersionMajor;
+    product.versionMinor = plugin::kVersionMinor;
+    product.versionBugFix = plugin::kVersionBugFix;
+    return product;
+}
 
 #ifdef _WIN32
 

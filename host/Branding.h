@@ -103,6 +103,9 @@ static_assert(offsetof(BrandingGlobals, module) == 72);
 bool LoadBrandingLibrary(void** module, BrandingFunctions* functions);
 void UnloadBrandingLibrary(void* module);
 
+// The effect's name, suite and version; every other field zero.
+BrandingProductInfo EffectProductInfo();
+
 }  // namespace quillon::host
 
 #endif  // QUILLON_HOST_BRANDING_H

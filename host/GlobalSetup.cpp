@@ -32,13 +32,7 @@ PF_Err HandleGlobalSetup(const CommandArgs& args) {
     }
     std::memset(globals, 0, sizeof(*globals));
     if (LoadBrandingLibrary(&globals->module, &globals->functions)) {
-        BrandingProductInfo product{};
-        product.productName = plugin::kEffectName;
-        product.suiteName = plugin::kSuiteName;
-        product.subTitle = "";
-        product.versionMajor = plugin::kVersionMajor;
-        product.versionMinor = plugin::kVersionMinor;
-        product.versionBugFix = plugin::kVersionBugFix;
+        BrandingProductInfo product = EffectProductInfo();
         product.hostKind = kBrandingHostKindAE;
         if (globals->functions.createAEBrandingRef != nullptr) {
             globals->reference = globals->functions.createAEBrandingRef(&product);

@@ -53,6 +53,23 @@ std::ptrdiff_t FrameOffset(int32_t x, int32_t y, int32_t frameWidth) {
     return (static_cast<std::ptrdiff_t>(y) * frameWidth + x) * 4;
 }
 
+// The centred overlap of a frame and a world along one axis.
+struct Span {
+    int32_t worldStart;
+    int32_t frameStart;
+    int32_t count;
+};
+
+Span Overlap(int32_t frameSize, int32_t worldSize) {
+    const int32_t d = (frameSize - worldSize) / 2;
+    if (worldSize > frameSize) {
+        return Span{-d, 0, frameSize};
+    }
+    return Span{0, d, worldSize};
+}
+
+}  // namespace
+
 template <typename T>
 void ReadCropCentre(const PF_LayerDef& world, T* frame, int32_t width, int32_t height,
                     uint32_t maxValue) {
@@ -89,21 +106,6 @@ void WriteCentre(const T* frame, const PF_LayerDef& world, int32_t width, int32_
     }
 }
 
-// The centred overlap of a frame and a world along one axis.
-struct Span {
-    int32_t worldStart;
-    int32_t frameStart;
-    int32_t count;
-};
-
-Span Overlap(int32_t frameSize, int32_t worldSize) {
-    const int32_t d = (frameSize - worldSize) / 2;
-    if (worldSize > frameSize) {
-        return Span{-d, 0, frameSize};
-    }
-    return Span{0, d, worldSize};
-}
-
 template <typename T>
 void ReadOverlap(const PF_LayerDef& world, T* frame, int32_t width, int32_t height,
                  uint32_t maxValue) {
@@ -135,46 +137,13 @@ void WriteOverlap(const T* frame, const PF_LayerDef& world, int32_t width, int32
     }
 }
 
-}  // namespace
-
-void ReadCropCentre8(const PF_LayerDef& world, uint8_t* frame, int32_t width, int32_t height,
-                     uint32_t maxValue) {
-    ReadCropCentre<uint8_t>(world, frame, width, height, maxValue);
-}
-
-void ReadCropCentre16(const PF_LayerDef& world, uint16_t* frame, int32_t width, int32_t height,
-                      uint32_t maxValue) {
-    ReadCropCentre<uint16_t>(world, frame, width, height, maxValue);
-}
-
-void WriteCentre8(const uint8_t* frame, const PF_LayerDef& world, int32_t width, int32_t height,
-                  uint32_t maxValue) {
-    WriteCentre<uint8_t>(frame, world, width, height, maxValue);
-}
-
-void WriteCentre16(const uint16_t* frame, const PF_LayerDef& world, int32_t width, int32_t height,
-                   uint32_t maxValue) {
-    WriteCentre<uint16_t>(frame, world, width, height, maxValue);
-}
-
-void ReadOverlap8(const PF_LayerDef& world, uint8_t* frame, int32_t width, int32_t height,
-                  uint32_t maxValue) {
-    ReadOverlap<uint8_t>(world, frame, width, height, maxValue);
-}
-
-void ReadOverlap16(const PF_LayerDef& world, uint16_t* frame, int32_t width, int32_t height,
-                   uint32_t maxValue) {
-    ReadOverlap<uint16_t>(world, frame, width, height, maxValue);
-}
-
-void WriteOverlap8(const uint8_t* frame, const PF_LayerDef& world, int32_t width, int32_t height,
-                   uint32_t maxValue) {
-    WriteOverlap<uint8_t>(frame, world, width, height, maxValue);
-}
-
-void WriteOverlap16(const uint16_t* frame, const PF_LayerDef& world, int32_t width, int32_t height,
-                    uint32_t maxValue) {
-    WriteOverlap<uint16_t>(frame, world, width, height, maxValue);
-}
+#define QUILLON_PIXEL_CONVERSIONS(T)                                                        \
+    template void ReadCropCentre<T>(const PF_LayerDef&, T*, int32_t, int32_t, uint32_t);    \
+    template void WriteCentre<T>(const T*, const PF_LayerDef&, int32_t, int32_t, uint32_t); \
+    template void ReadOverlap<T>(const PF_LayerDef&, T*, int32_t, int32_t, uint32_t);       \
+    template void WriteOverlap<T>(const T*, const PF_LayerDef&, int32_t, int32_t, uint32_t);
+QUILLON_PIXEL_CONVERSIONS(uint8_t)
+QUILLON_PIXEL_CONVERSIONS(uint16_t)
+#undef QUILLON_PIXEL_CONVERSIONS
 
 }  // namespace quillon::host

@@ -23,35 +23,43 @@
 
 namespace quillon::host {
 
+// Each function exists for 8-bit (uint8_t) and 16-bit (uint16_t) frames.
+
 // Reads the min(width, Ww) x min(height, Wh) region centred in the world into
 // the frame, packed at the region's width. A width or height of 0 (or less)
 // means the world's.
-void ReadCropCentre8(const PF_LayerDef& world, uint8_t* frame, int32_t width, int32_t height,
-                     uint32_t maxValue);
-void ReadCropCentre16(const PF_LayerDef& world, uint16_t* frame, int32_t width, int32_t height,
-                      uint32_t maxValue);
+template <typename T>
+void ReadCropCentre(const PF_LayerDef& world, T* frame, int32_t width, int32_t height,
+                    uint32_t maxValue);
 
 // Fills the whole world from the frame, taken as max(width, Ww) x
 // max(height, Wh) pixels (0 or less meaning the world's size), starting at
 // its centred column and row. The frame must hold that many pixels.
-void WriteCentre8(const uint8_t* frame, const PF_LayerDef& world, int32_t width, int32_t height,
-                  uint32_t maxValue);
-void WriteCentre16(const uint16_t* frame, const PF_LayerDef& world, int32_t width, int32_t height,
-                   uint32_t maxValue);
+template <typename T>
+void WriteCentre(const T* frame, const PF_LayerDef& world, int32_t width, int32_t height,
+                 uint32_t maxValue);
 
 // Copies the centred overlap of a width x height frame and the world, world
 // to frame. Frame pixels outside the overlap are left as they are.
-void ReadOverlap8(const PF_LayerDef& world, uint8_t* frame, int32_t width, int32_t height,
-                  uint32_t maxValue);
-void ReadOverlap16(const PF_LayerDef& world, uint16_t* frame, int32_t width, int32_t height,
-                   uint32_t maxValue);
+template <typename T>
+void ReadOverlap(const PF_LayerDef& world, T* frame, int32_t width, int32_t height,
+                 uint32_t maxValue);
 
 // Copies the centred overlap, frame to world. World pixels outside the
 // overlap are left as they are.
-void WriteOverlap8(const uint8_t* frame, const PF_LayerDef& world, int32_t width, int32_t height,
-                   uint32_t maxValue);
-void WriteOverlap16(const uint16_t* frame, const PF_LayerDef& world, int32_t width, int32_t height,
-                    uint32_t maxValue);
+template <typename T>
+void WriteOverlap(const T* frame, const PF_LayerDef& world, int32_t width, int32_t height,
+                  uint32_t maxValue);
+
+// Names fixed to one depth.
+inline constexpr auto& ReadCropCentre8 = ReadCropCentre<uint8_t>;
+inline constexpr auto& ReadCropCentre16 = ReadCropCentre<uint16_t>;
+inline constexpr auto& WriteCentre8 = WriteCentre<uint8_t>;
+inline constexpr auto& WriteCentre16 = WriteCentre<uint16_t>;
+inline constexpr auto& ReadOverlap8 = ReadOverlap<uint8_t>;
+inline constexpr auto& ReadOverlap16 = ReadOverlap<uint16_t>;
+inline constexpr auto& WriteOverlap8 = WriteOverlap<uint8_t>;
+inline constexpr auto& WriteOverlap16 = WriteOverlap<uint16_t>;
 
 }  // namespace quillon::host
 

@@ -135,34 +135,32 @@ struct RenderSizes {
     uint32_t dstHeight;
 };
 
+template <typename T>
+void ReadInputAs(const PF_LayerDef& input, void* frame, int32_t w, int32_t h, uint32_t white,
+                 bool modern) {
+    (modern ? ReadOverlap<T> : ReadCropCentre<T>)(input, static_cast<T*>(frame), w, h, white);
+}
+
+template <typename T>
+void WriteOutputAs(const void* frame, const PF_LayerDef& output, int32_t w, int32_t h,
+                   uint32_t white, bool modern) {
+    (modern ? WriteOverlap<T> : WriteCentre<T>)(static_cast<const T*>(frame), output, w, h, white);
+}
+
 void ReadInput(const PF_LayerDef& input, void* frame, const RenderSizes& sizes, bool deep,
                bool modern) {
     const auto w = static_cast<int32_t>(sizes.srcWidth);
     const auto h = static_cast<int32_t>(sizes.srcHeight);
-    if (deep) {
-        auto* pixels = static_cast<uint16_t*>(frame);
-        modern ? ReadOverlap16(input, pixels, w, h, kWhite16)
-               : ReadCropCentre16(input, pixels, w, h, kWhite16);
-    } else {
-        auto* pixels = static_cast<uint8_t*>(frame);
-        modern ? ReadOverlap8(input, pixels, w, h, kWhite8)
-               : ReadCropCentre8(input, pixels, w, h, kWhite8);
-    }
+    deep ? ReadInputAs<uint16_t>(input, frame, w, h, kWhite16, modern)
+         : ReadInputAs<uint8_t>(input, frame, w, h, kWhite8, modern);
 }
 
 void WriteOutput(const void* frame, const PF_LayerDef& output, const RenderSizes& sizes, bool deep,
                  bool modern) {
     const auto w = static_cast<int32_t>(sizes.dstWidth);
     const auto h = static_cast<int32_t>(sizes.dstHeight);
-    if (deep) {
-        const auto* pixels = static_cast<const uint16_t*>(frame);
-        modern ? WriteOverlap16(pixels, output, w, h, kWhite16)
-               : WriteCentre16(pixels, output, w, h, kWhite16);
-    } else {
-        const auto* pixels = static_cast<const uint8_t*>(frame);
-        modern ? WriteOverlap8(pixels, output, w, h, kWhite8)
-               : WriteCentre8(pixels, output, w, h, kWhite8);
-    }
+    deep ? WriteOutputAs<uint16_t>(frame, output, w, h, kWhite16, modern)
+         : WriteOutputAs<uint8_t>(frame, output, w, h, kWhite8, modern);
 }
 
 }  // namespace

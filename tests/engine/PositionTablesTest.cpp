@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "engine/PositionTables.h"
@@ -33,15 +34,12 @@ Axis Build(uint32_t n, uint32_t m) {
 TEST(PositionTables, DoublingFrom1920To3840) {
     const Axis a = Build(1920, 3840);
     EXPECT_EQ(a.pos[0], 0.0);
-    EXPECT_EQ(a.pos[1], 2.5);
+    EXPECT_EQ(a.pos[1919], 3839.0);
     for (uint32_t i = 1; i <= 1918; ++i) {
         ASSERT_EQ(a.pos[i], 2.5 + 2.0 * (i - 1)) << i;
+        ASSERT_EQ(a.spanEnd[i - 1], 3 + 2 * (i - 1)) << i;
     }
-    EXPECT_EQ(a.pos[1918], 3836.5);
-    EXPECT_EQ(a.pos[1919], 3839.0);
-    for (uint32_t k = 0; k < 1919; ++k) {
-        ASSERT_EQ(a.spanEnd[k], k == 1918 ? 3840 : 3 + 2 * k) << k;
-    }
+    EXPECT_EQ(a.spanEnd[1918], 3840);
     // Destination 0 sits on source 0; destination 1 and 2 lie in the first
     // (wider) interval; 3 is the first of interval 1.
     EXPECT_EQ(a.index[0], 0u);
@@ -57,10 +55,8 @@ TEST(PositionTables, DoublingFrom1920To3840) {
 
 TEST(PositionTables, NoEnlargementGivesWholeFractions) {
     const Axis a = Build(37, 37);
-    for (uint32_t i = 0; i < 37; ++i) {
-        EXPECT_EQ(a.pos[i], static_cast<double>(i));
-    }
     for (uint32_t x = 0; x < 37; ++x) {
+        EXPECT_EQ(a.pos[x], static_cast<double>(x));
         EXPECT_TRUE(a.frac[x] == 0.0 || a.frac[x] == 1.0) << x;
         // A sample lying on a source sample belongs to the interval on its left.
         EXPECT_EQ(a.index[x], x == 0 ? 0u : x - 1);
@@ -92,14 +88,16 @@ void ExpectConsistent(uint32_t n, uint32_t m) {
 }
 
 TEST(PositionTables, SpansAndIndexAgreeForAwkwardRatios) {
-    ExpectConsistent(720, 3840);
-    ExpectConsistent(480, 2160);
-    ExpectConsistent(4, 4);
-    ExpectConsistent(4, 5);
-    ExpectConsistent(5, 17);
-    ExpectConsistent(4, 1000);
-    ExpectConsistent(1919, 3840);
-    ExpectConsistent(1000, 1001);
+    for (auto [n, m] : {std::pair{720u, 3840u},
+                        {480u, 2160u},
+                        {4u, 4u},
+                        {4u, 5u},
+                        {5u, 17u},
+                        {4u, 1000u},
+                        {1919u, 3840u},
+                        {1000u, 1001u}}) {
+        ExpectConsistent(n, m);
+    }
 }
 
 TEST(PositionTables, NonIntegerRatioSpacing) {

@@ -15,21 +15,14 @@ std::string Record(int32_t applId) {
     return std::string(reinterpret_cast<const char*>(record), kApplicationIdRecordSize);
 }
 
-TEST(ApplicationIdRecord, AlphanumericIdsAreKept) {
+TEST(ApplicationIdRecord, NonAlphanumericBytesGiveICHD) {
     EXPECT_EQ(Record(0x46585443), "!FXTC");
     EXPECT_EQ(Record(0x50724D72), "!PrMr");
-}
-
-TEST(ApplicationIdRecord, NonAlphanumericIdsGiveICHD) {
-    EXPECT_EQ(Record(0x20202020), std::string("ICHD "));
+    EXPECT_EQ(Record(0x20202020), "ICHD ");
     EXPECT_EQ(Record(0), std::string("ICHD\0", 5));
-}
-
-TEST(ApplicationIdRecord, EachTestReplacesTheByteBeforeIt) {
-    // 'A' '-' 'B' '#': byte 1 fails because byte 2 is '-', byte 3 because
-    // byte 4 is '#'; the bytes tested themselves stay.
+    // Each test replaces the byte before the one tested: 'A' '-' 'B' '#'
+    // fails at bytes 2 and 4; '-' 'A' 'B' 'C' only at byte 1.
     EXPECT_EQ(Record(0x412D4223), "!C-D#");
-    // '-' 'A' 'B' 'C': only byte 0 depends on the '-'.
     EXPECT_EQ(Record(0x2D414243), "I-ABC");
 }
 

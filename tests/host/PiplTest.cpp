@@ -107,19 +107,6 @@ TEST(PluginPropertyList, GeneratedBytesHoldTheEffectsProperties) {
     EXPECT_EQ(Le32(p[12].data, 0), 8u);
 }
 
-TEST(PluginPropertyList, MatchesTheWorkedExamples) {
-    const std::vector<uint8_t> bytes = ReadFile(QUILLON_PIPL_BINARY);
-    ASSERT_EQ(bytes.size(), 318u);
-    // The name property starts after the header (10) and the kind (20).
-    const std::vector<uint8_t> name = {0x4D, 0x49, 0x42, 0x38, 0x65, 0x6D, 0x61, 0x6E, 0x00, 0x00,
-                                       0x00, 0x00, 0x0C, 0x00, 0x00, 0x00, 0x0A, 0x51, 0x75, 0x69,
-                                       0x6C, 0x6C, 0x6F, 0x6E, 0x20, 0x34, 0x4B, 0x00};
-    EXPECT_TRUE(std::equal(name.begin(), name.end(), bytes.begin() + 30));
-    const std::vector<uint8_t> glo = {0x4D, 0x49, 0x42, 0x38, 0x4F, 0x4C, 0x47, 0x65, 0x00, 0x00,
-                                      0x00, 0x00, 0x04, 0x00, 0x00, 0x00, 0x40, 0x86, 0x00, 0x06};
-    EXPECT_NE(std::search(bytes.begin(), bytes.end(), glo.begin(), glo.end()), bytes.end());
-}
-
 TEST(PluginPropertyList, ResourceScriptCarriesTheSameBytes) {
     const std::vector<uint8_t> bytes = ReadFile(QUILLON_PIPL_BINARY);
     std::ifstream file(QUILLON_PIPL_SCRIPT);

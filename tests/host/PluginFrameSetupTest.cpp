@@ -5,8 +5,6 @@ namespace quillon::test {
 namespace {
 
 constexpr int32_t k4K = 3;
-constexpr int32_t kWidth = 5;
-constexpr int32_t kHeight = 6;
 
 class HostFrameSetup : public PluginTest {
 protected:
@@ -14,86 +12,67 @@ protected:
         StartInstance(identity);
         host().SetInputLayer(layerWidth, layerHeight, false, 12);
     }
-    PF_ParamDef& P(int32_t index) { return host().param(index); }
     PF_Handle Seq() { return host().inData().sequence_data; }
 };
 
-TEST_F(HostFrameSetup, UltraHdFitToHeightFromHd) {
-    Begin(HostIdentity::AfterEffects, 1920, 1080);
-    P(k4K).u.pd.value = 25;
-    ASSERT_EQ(host().FrameSetup(), PF_Err_NONE);
-    EXPECT_EQ(host().outData().width, 3840);
-    EXPECT_EQ(host().outData().height, 2160);
-    EXPECT_EQ(host().outData().origin.h, 960);
-    EXPECT_EQ(host().outData().origin.v, 540);
-    EXPECT_EQ(ReadAt<uint32_t>(Seq(), kSeqTargetWidth), 3840u);
-    EXPECT_EQ(ReadAt<uint32_t>(Seq(), kSeqTargetHeight), 2160u);
-    EXPECT_EQ(ReadAt<uint32_t>(Seq(), kSeqOutputWidth), 3840u);
-    EXPECT_EQ(ReadAt<int32_t>(Seq(), kSeqOutputHeight), 2160);
-    EXPECT_EQ(host().HandleLockCount(Seq()), 0);
-    EXPECT_EQ(host().outstandingSuites(), 0);
-    EXPECT_EQ(host().outputWorld().def.width, 3840);
-}
-
-TEST_F(HostFrameSetup, UltraHdFitToWidthWithNonSquareLayer) {
-    Begin(HostIdentity::AfterEffects, 720, 480);
-    host().inData().pixel_aspect_ratio = PF_RationalScale{9, 10};
-    P(k4K).u.pd.value = 26;
-    ASSERT_EQ(host().FrameSetup(), PF_Err_NONE);
-    EXPECT_EQ(host().outData().width, 4266);
-    EXPECT_EQ(host().outData().height, 2844);
-}
-
-TEST_F(HostFrameSetup, DownsamplingHalvesTheOutputAndCentresTheInput) {
-    Begin(HostIdentity::AfterEffects, 960, 540);
-    host().inData().width = 1920;
-    host().inData().height = 1080;
-    host().inData().downsample_x = PF_RationalScale{1, 2};
-    host().inData().downsample_y = PF_RationalScale{1, 2};
-    P(k4K).u.pd.value = 0;  // custom size
-    P(kWidth).u.sd.value = 3840;
-    P(kHeight).u.sd.value = 2160;
-    ASSERT_EQ(host().FrameSetup(), PF_Err_NONE);
-    EXPECT_EQ(host().outData().width, 1920);
-    EXPECT_EQ(host().outData().height, 1080);
-    EXPECT_EQ(host().outData().origin.h, 480);
-    EXPECT_EQ(host().outData().origin.v, 270);
-    EXPECT_EQ(ReadAt<uint32_t>(Seq(), kSeqTargetWidth), 3840u);
-    EXPECT_EQ(ReadAt<uint32_t>(Seq(), kSeqOutputWidth), 1920u);
-    EXPECT_EQ(ReadAt<int32_t>(Seq(), kSeqOutputHeight), 1080);
-}
-
-TEST_F(HostFrameSetup, ModernPremiereIgnoresDownsamplingAndUsesInDataSize) {
-    Begin(HostIdentity::PremierePro13, 960, 540);
-    host().inData().width = 1440;
-    host().inData().height = 1080;
-    host().inData().downsample_x = PF_RationalScale{1, 2};
-    host().inData().downsample_y = PF_RationalScale{1, 2};
-    P(k4K).u.pd.value = 22;  // "Ultra HD (3840 x 2160) Fit To Height " in Premiere's table
-    ASSERT_EQ(host().FrameSetup(), PF_Err_NONE);
-    EXPECT_EQ(host().outData().width, 2880);  // 2160 / 1080 * 1440
-    EXPECT_EQ(host().outData().height, 2160);
-    EXPECT_EQ(host().outData().origin.h, (2880 - 960) >> 1);
-}
-
-TEST_F(HostFrameSetup, OlderPremiereUsesTheLayerAndDownsampling) {
-    Begin(HostIdentity::PremierePro12, 960, 540);
-    host().inData().width = 1440;
-    host().inData().height = 1080;
-    host().inData().downsample_x = PF_RationalScale{1, 2};
-    host().inData().downsample_y = PF_RationalScale{1, 2};
-    P(k4K).u.pd.value = 22;
-    ASSERT_EQ(host().FrameSetup(), PF_Err_NONE);
-    EXPECT_EQ(ReadAt<uint32_t>(Seq(), kSeqTargetWidth), 3840u);
-    EXPECT_EQ(host().outData().width, 1920);
+TEST_F(HostFrameSetup, SizesAndOrigins) {
+    const struct {
+        HostIdentity identity;
+        int32_t layerW, layerH, inW, inH;  // in_data size; 0: the layer's
+        int32_t downsample, aspectNum, preset, customW, customH;
+        int32_t width, height, originH, originV, targetW;
+    } cases[] = {
+        // Ultra HD fit to height from HD.
+        {HostIdentity::AfterEffects, 1920, 1080, 0, 0, 1, 1, 25, 0, 0, 3840, 2160, 960, 540, 3840},
+        // Ultra HD fit to width, layer aspect 0.9: trunc(3840 / 0.9), trunc(3840 / 648 * 480).
+        {HostIdentity::AfterEffects, 720, 480, 0, 0, 1, 9, 26, 0, 0, 4266, 2844, 1773, 1182, 4266},
+        // Custom 3840 x 2160 at half resolution.
+        {HostIdentity::AfterEffects, 960, 540, 1920, 1080, 2, 1, 0, 3840, 2160, 1920, 1080, 480,
+         270, 3840},
+        // Modern Premiere ignores downsampling and sizes from in_data: 2160 / 1080 * 1440.
+        {HostIdentity::PremierePro13, 960, 540, 1440, 1080, 2, 1, 22, 0, 0, 2880, 2160, 960, 810,
+         2880},
+        // Older Premiere uses the layer and the downsampling.
+        {HostIdentity::PremierePro12, 960, 540, 1440, 1080, 2, 1, 22, 0, 0, 1920, 1080, 480, 270,
+         3840},
+        // Premiere has no composition rows: row 1 is "1280 x 720 Fit To Height".
+        {HostIdentity::PremierePro12, 1920, 1080, 0, 0, 1, 1, 1, 0, 0, 1280, 720, -320, -180, 1280},
+        // A smaller output gives a negative origin, rounded down: -99 >> 1.
+        {HostIdentity::AfterEffects, 200, 200, 0, 0, 1, 1, 28, 101, 300, 101, 300, -50, 50, 101},
+    };
+    for (const auto& k : cases) {
+        SCOPED_TRACE(&k - cases);
+        Begin(k.identity, k.layerW, k.layerH);
+        if (k.inW != 0) {
+            host().inData().width = k.inW;
+            host().inData().height = k.inH;
+        }
+        host().inData().downsample_x = host().inData().downsample_y =
+            PF_RationalScale{1, static_cast<uint32_t>(k.downsample)};
+        host().inData().pixel_aspect_ratio =
+            PF_RationalScale{k.aspectNum, k.aspectNum == 1 ? 1u : 10u};
+        host().param(k4K).u.pd.value = k.preset;
+        host().param(5).u.sd.value = k.customW;
+        host().param(6).u.sd.value = k.customH;
+        ASSERT_EQ(host().FrameSetup(), PF_Err_NONE);
+        EXPECT_EQ(host().outData().width, k.width);
+        EXPECT_EQ(host().outData().height, k.height);
+        EXPECT_EQ(host().outData().origin.h, k.originH);
+        EXPECT_EQ(host().outData().origin.v, k.originV);
+        EXPECT_EQ(ReadAt<uint32_t>(Seq(), kSeqTargetWidth), static_cast<uint32_t>(k.targetW));
+        EXPECT_EQ(ReadAt<int32_t>(Seq(), kSeqOutputWidth), k.width);
+        EXPECT_EQ(ReadAt<int32_t>(Seq(), kSeqOutputHeight), k.height);
+        EXPECT_EQ(host().HandleLockCount(Seq()), 0);
+        EXPECT_EQ(host().outstandingSuites(), 0);
+    }
 }
 
 TEST_F(HostFrameSetup, FitToCompositionAndFailedQuery) {
     Begin(HostIdentity::AfterEffects, 1920, 1080);
     host().SetComposition(1000, 500, A_Ratio{1, 1});
-    P(k4K).u.pd.value = 1;
+    host().param(k4K).u.pd.value = 1;
     ASSERT_EQ(host().FrameSetup(), PF_Err_NONE);
-    EXPECT_EQ(host().outData().width, 888);
+    EXPECT_EQ(host().outData().width, 888);  // trunc(500 / 1080 * 1920)
     EXPECT_EQ(host().outData().height, 500);
 
     host().SetComposition(1000, 500, A_Ratio{2, 1});
@@ -101,29 +80,11 @@ TEST_F(HostFrameSetup, FitToCompositionAndFailedQuery) {
     EXPECT_EQ(host().outData().width, 1777);  // trunc(500 / 1080 * 1920 * 2)
 
     host().FailSuite("AEGP Comp Suite");
-    P(k4K).u.pd.value = 2;
+    host().param(k4K).u.pd.value = 2;
     ASSERT_EQ(host().FrameSetup(), PF_Err_NONE);
     EXPECT_EQ(host().outData().width, 0);
     EXPECT_EQ(host().outData().height, 0);
     EXPECT_EQ(host().outstandingSuites(), 0);
-}
-
-TEST_F(HostFrameSetup, PremiereHasNoCompositionSoFitRowsNeedPresetSizes) {
-    Begin(HostIdentity::PremierePro12, 1920, 1080);
-    P(k4K).u.pd.value = 1;  // "1280 x 720 Fit To Height"
-    ASSERT_EQ(host().FrameSetup(), PF_Err_NONE);
-    EXPECT_EQ(host().outData().width, 1280);
-    EXPECT_EQ(host().outData().height, 720);
-}
-
-TEST_F(HostFrameSetup, SmallerOutputGivesNegativeOriginRoundedDown) {
-    Begin(HostIdentity::AfterEffects, 200, 200);
-    P(k4K).u.pd.value = 28;
-    P(kWidth).u.sd.value = 101;
-    P(kHeight).u.sd.value = 300;
-    ASSERT_EQ(host().FrameSetup(), PF_Err_NONE);
-    EXPECT_EQ(host().outData().origin.h, -50);  // -99 >> 1
-    EXPECT_EQ(host().outData().origin.v, 50);
 }
 
 TEST_F(HostFrameSetup, MissingOrShortSequenceDataIsOutOfMemory) {
@@ -132,14 +93,11 @@ TEST_F(HostFrameSetup, MissingOrShortSequenceDataIsOutOfMemory) {
     host().inData().sequence_data = nullptr;
     EXPECT_EQ(host().Send(PF_Cmd_FRAME_SETUP), PF_Err_OUT_OF_MEMORY);
     EXPECT_EQ(host().outData().width, 1920);  // untouched
-
     for (uint64_t size : {0u, 16u, 540u, 551u}) {
-        PF_Handle shortHandle = host().NewHandle(size);
-        host().inData().sequence_data = shortHandle;
+        host().inData().sequence_data = host().NewHandle(size);
         EXPECT_EQ(host().Send(PF_Cmd_FRAME_SETUP), PF_Err_OUT_OF_MEMORY) << size;
-        EXPECT_EQ(host().HandleLockCount(shortHandle), 0);
+        EXPECT_EQ(host().HandleLockCount(Seq()), 0);
     }
-
     host().inData().sequence_data = current;
     host().FailCallback(Callback::LockHandle);
     EXPECT_EQ(host().Send(PF_Cmd_FRAME_SETUP), PF_Err_OUT_OF_MEMORY);

@@ -155,61 +155,41 @@ TargetSizeInputs Source(double width, double height) {
     return in;
 }
 
-TEST(TargetSizeRule, UltraHdFitToHeightFromHd) {
-    TargetSizeInputs in = Source(1920, 1080);
-    in.preset = 25;
-    const TargetSize t = ComputeTargetSize(kAfterEffects4KPresets, in);
-    EXPECT_EQ(t.width, 3840u);
-    EXPECT_EQ(t.height, 2160u);
-}
-
-TEST(TargetSizeRule, UltraHdFitToWidthWithNonSquareLayer) {
-    TargetSizeInputs in = Source(720, 480);
-    in.preset = 26;
-    in.layerAspect = 0.9;
-    const TargetSize t = ComputeTargetSize(kAfterEffects4KPresets, in);
-    EXPECT_EQ(t.width, 4266u);   // trunc(3840 / 0.9)
-    EXPECT_EQ(t.height, 2844u);  // trunc(3840 / 648 * 480)
-}
-
-TEST(TargetSizeRule, FitToHeightIgnoresLayerAspectFitToWidthUsesBoth) {
-    TargetSizeInputs in = Source(1920, 1080);
-    in.layerAspect = 0.5;
-    in.compAspect = 2.0;
-    in.preset = 25;
-    TargetSize t = ComputeTargetSize(kAfterEffects4KPresets, in);
-    EXPECT_EQ(t.width, 7680u);
-    EXPECT_EQ(t.height, 2160u);
-    in.preset = 26;
-    t = ComputeTargetSize(kAfterEffects4KPresets, in);
-    EXPECT_EQ(t.width, 15360u);  // 3840 / 0.5 * 2
-    EXPECT_EQ(t.height, 4320u);  // 3840 / (1920 * 0.5) * 1080
-}
-
-TEST(TargetSizeRule, FitToCompositionUsesTheCompositionSize) {
-    TargetSizeInputs in = Source(1920, 1080);
-    in.compWidth = 1000;
-    in.compHeight = 500;
-    in.preset = 1;
-    TargetSize t = ComputeTargetSize(kAfterEffects4KPresets, in);
-    EXPECT_EQ(t.height, 500u);
-    EXPECT_EQ(t.width, 888u);  // trunc(500 / 1080 * 1920)
-    in.preset = 2;
-    t = ComputeTargetSize(kAfterEffects4KPresets, in);
-    EXPECT_EQ(t.width, 1000u);
-    EXPECT_EQ(t.height, 562u);  // trunc(1000 / 1920 * 1080)
-}
-
-TEST(TargetSizeRule, FailedCompositionQueryGivesZeroFittedDimension) {
-    TargetSizeInputs in = Source(1920, 1080);
-    in.preset = 1;
-    TargetSize t = ComputeTargetSize(kAfterEffects4KPresets, in);
-    EXPECT_EQ(t.width, 0u);
-    EXPECT_EQ(t.height, 0u);
-    in.preset = 2;
-    t = ComputeTargetSize(kAfterEffects4KPresets, in);
-    EXPECT_EQ(t.width, 0u);
-    EXPECT_EQ(t.height, 0u);
+TEST(TargetSizeRule, FitRows) {
+    const struct {
+        double srcW, srcH, layerAspect, compAspect;
+        uint32_t compW, compH;
+        int32_t preset;
+        uint32_t width, height;
+    } cases[] = {
+        {1920, 1080, 1, 1, 0, 0, 25, 3840, 2160},     // Ultra HD fit to height
+        {720, 480, 0.9, 1, 0, 0, 26, 4266, 2844},     // trunc(3840 / 0.9), trunc(3840 / 648 * 480)
+        {1920, 1080, 0.5, 2, 0, 0, 25, 7680, 2160},   // fit to height ignores the layer aspect
+        {1920, 1080, 0.5, 2, 0, 0, 26, 15360, 4320},  // 3840 / 0.5 * 2, 3840 / 960 * 1080
+        {1920, 1080, 1, 1, 1000, 500, 1, 888, 500},   // trunc(500 / 1080 * 1920)
+        {1920, 1080, 1, 1, 1000, 500, 2, 1000, 562},  // trunc(1000 / 1920 * 1080)
+        {1920, 1080, 1, 1, 0, 0, 1, 0, 0},            // failed composition query
+        {1920, 1080, 1, 1, 0, 0, 2, 0, 0},
+        {0, 0, 1, 1, 0, 0, 25, 0, 2160},             // 2160 / 0 * 0 is not a number
+        {1, 1, 1e-300, 1, 0, 0, 26, UINT32_MAX, 0},  // never overflows
+    };
+    for (const auto& k : cases) {
+        SCOPED_TRACE(&k - cases);
+        TargetSizeInputs in = Source(k.srcW, k.srcH);
+        in.layerAspect = k.layerAspect;
+        in.compAspect = k.compAspect;
+        in.compWidth = k.compW;
+        in.compHeight = k.compH;
+        in.preset = k.preset;
+        const TargetSize t = ComputeTargetSize(kAfterEffects4KPresets, in);
+        EXPECT_EQ(t.width, k.width);
+        if (k.width != UINT32_MAX) {
+            EXPECT_EQ(t.height, k.height);
+        }
+    }
+    EXPECT_EQ(TruncateToUnsigned(-3.5), 0u);
+    EXPECT_EQ(TruncateToUnsigned(std::nan("")), 0u);
+    EXPECT_EQ(TruncateToUnsigned(4266.99), 4266u);
 }
 
 TEST(TargetSizeRule, CustomSeparatorsAndOutOfRangeUseTheSliders) {
@@ -223,22 +203,6 @@ TEST(TargetSizeRule, CustomSeparatorsAndOutOfRangeUseTheSliders) {
     in.preset = 25;  // "Custom" in the Premiere table
     const TargetSize t = ComputeTargetSize(kPremiere4KPresets, in);
     EXPECT_EQ(t.width, 1234u);
-}
-
-TEST(TargetSizeRule, DegenerateSourcesNeverOverflow) {
-    TargetSizeInputs in = Source(0, 0);
-    in.preset = 25;
-    TargetSize t = ComputeTargetSize(kAfterEffects4KPresets, in);
-    EXPECT_EQ(t.width, 0u);  // 2160 / 0 * 0 is not a number
-    EXPECT_EQ(t.height, 2160u);
-    in = Source(1, 1);
-    in.preset = 26;
-    in.layerAspect = 1e-300;
-    t = ComputeTargetSize(kAfterEffects4KPresets, in);
-    EXPECT_EQ(t.width, UINT32_MAX);
-    EXPECT_EQ(TruncateToUnsigned(-3.5), 0u);
-    EXPECT_EQ(TruncateToUnsigned(std::nan("")), 0u);
-    EXPECT_EQ(TruncateToUnsigned(4266.99), 4266u);
 }
 
 }  // namespace

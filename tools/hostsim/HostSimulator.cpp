@@ -623,66 +623,63 @@ PF_Err HostSimulator::CbUpdateParamUI(PF_ProgPtr, PF_ParamIndex index, const PF_
     return PF_Err_NONE;
 }
 
-A_Err HostSimulator::CbGetEffectLayer(PF_ProgPtr effect_ref, AEGP_LayerH* layer) {
-    HostSimulator& host = Active();
-    if (host.Trip(Callback::GetEffectLayer)) {
+A_Err HostSimulator::CheckWalkStep(Callback callback, const void* given, const void* expected,
+                                   bool outputs) {
+    if (Trip(callback)) {
         return A_Err_GENERIC;
     }
-    if (effect_ref != reinterpret_cast<PF_ProgPtr>(&host) || layer == nullptr) {
-        return A_Err_PARAMETER;
+    return given == expected && outputs ? A_Err_NONE : A_Err_PARAMETER;
+}
+
+A_Err HostSimulator::CbGetEffectLayer(PF_ProgPtr effect_ref, AEGP_LayerH* layer) {
+    HostSimulator& host = Active();
+    const A_Err err =
+        host.CheckWalkStep(Callback::GetEffectLayer, effect_ref, &host, layer != nullptr);
+    if (err == A_Err_NONE) {
+        *layer = reinterpret_cast<AEGP_LayerH>(&host.layerToken_);
     }
-    *layer = reinterpret_cast<AEGP_LayerH>(&host.layerToken_);
-    return A_Err_NONE;
+    return err;
 }
 
 A_Err HostSimulator::CbGetLayerParentComp(AEGP_LayerH layer, AEGP_CompH* comp) {
     HostSimulator& host = Active();
-    if (host.Trip(Callback::GetLayerParentComp)) {
-        return A_Err_GENERIC;
+    const A_Err err =
+        host.CheckWalkStep(Callback::GetLayerParentComp, layer, &host.layerToken_, comp != nullptr);
+    if (err == A_Err_NONE) {
+        *comp = reinterpret_cast<AEGP_CompH>(&host.compToken_);
     }
-    if (layer != reinterpret_cast<AEGP_LayerH>(&host.layerToken_) || comp == nullptr) {
-        return A_Err_PARAMETER;
-    }
-    *comp = reinterpret_cast<AEGP_CompH>(&host.compToken_);
-    return A_Err_NONE;
+    return err;
 }
 
 A_Err HostSimulator::CbGetItemFromComp(AEGP_CompH comp, AEGP_ItemH* item) {
     HostSimulator& host = Active();
-    if (host.Trip(Callback::GetItemFromComp)) {
-        return A_Err_GENERIC;
+    const A_Err err =
+        host.CheckWalkStep(Callback::GetItemFromComp, comp, &host.compToken_, item != nullptr);
+    if (err == A_Err_NONE) {
+        *item = reinterpret_cast<AEGP_ItemH>(&host.itemToken_);
     }
-    if (comp != reinterpret_cast<AEGP_CompH>(&host.compToken_) || item == nullptr) {
-        return A_Err_PARAMETER;
-    }
-    *item = reinterpret_cast<AEGP_ItemH>(&host.itemToken_);
-    return A_Err_NONE;
+    return err;
 }
 
 A_Err HostSimulator::CbGetItemDimensions(AEGP_ItemH item, int32_t* width, int32_t* height) {
     HostSimulator& host = Active();
-    if (host.Trip(Callback::GetItemDimensions)) {
-        return A_Err_GENERIC;
+    const A_Err err = host.CheckWalkStep(Callback::GetItemDimensions, item, &host.itemToken_,
+                                         width != nullptr && height != nullptr);
+    if (err == A_Err_NONE) {
+        *width = host.compWidth_;
+        *height = host.compHeight_;
     }
-    if (item != reinterpret_cast<AEGP_ItemH>(&host.itemToken_) || width == nullptr ||
-        height == nullptr) {
-        return A_Err_PARAMETER;
-    }
-    *width = host.compWidth_;
-    *height = host.compHeight_;
-    return A_Err_NONE;
+    return err;
 }
 
 A_Err HostSimulator::CbGetItemPixelAspectRatio(AEGP_ItemH item, A_Ratio* par) {
     HostSimulator& host = Active();
-    if (host.Trip(Callback::GetItemPixelAspectRatio)) {
-        return A_Err_GENERIC;
+    const A_Err err = host.CheckWalkStep(Callback::GetItemPixelAspectRatio, item, &host.itemToken_,
+                                         par != nullptr);
+    if (err == A_Err_NONE) {
+        *par = host.compAspect_;
     }
-    if (item != reinterpret_cast<AEGP_ItemH>(&host.itemToken_) || par == nullptr) {
-        return A_Err_PARAMETER;
-    }
-    *par = host.compAspect_;
-    return A_Err_NONE;
+    return err;
 }
 
 }  // namespace quillon::hostsim

@@ -176,6 +176,9 @@ private:
     void RefreshInputParam();
     void RebuildParamArray();
     bool SuiteOffered(const char* name, int32_t version, const void** table) const;
+    // The checks of each composition-walk callback: the fault plan, then the
+    // token handed in and the output pointers.
+    A_Err CheckWalkStep(Callback callback, const void* given, const void* expected, bool outputs);
 
     // Callbacks handed to the plug-in.
     static PF_Err CbAddParam(PF_ProgPtr, PF_ParamIndex, PF_ParamDef*);

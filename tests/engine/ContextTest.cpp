@@ -1,0 +1,206 @@
+// Context creation: request validation, what it allocates and frees, and the
+// scalar controls it derives.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <set>
+
+#include "engine/Engine.h"
+#include "engine/ScaleContext.h"
+#include "tests/support/TestSupport.h"
+
+namespace {
+
+// Allocation hooks that count calls and live blocks and fail call `failAt`
+// (0-based; -1: none). Freeing a block twice or one never handed out aborts.
+struct Counting {
+    static inline int calls = 0;
+    static inline int failAt = -1;
+    static inline std::set<void*> live;
+    static void* Alloc(uint32_t bytes) {
+        if (calls++ == failAt) {
+            return nullptr;
+        }
+        void* p = std::aligned_alloc(16, (bytes + 15u) / 16u * 16u + 16u);
+        live.insert(p);
+        return p;
+    }
+    static void Free(void* p) {
+        if (p != nullptr && live.erase(p) != 1) {
+            std::abort();
+        }
+        std::free(p);
+    }
+    explicit Counting(int fail = -1) {
+        calls = 0;
+        failAt = fail;
+        live.clear();
+        SetEngineAllocator(&Alloc, &Free);
+    }
+    ~Counting() { SetEngineAllocator(nullptr, nullptr); }
+};
+
+struct Request {
+    uint32_t srcW = 16, srcH = 12, dstW = 32, dstH = 24, outW = 32, outH = 24;
+    uint32_t options = 0, depth = DEPTH_8, variant = KERNEL_CELL;
+    uint32_t sharpness = 0, refine = 0, aa = 0;
+};
+
+int32_t Create(const Request& r, ScaleContext** c) {
+    return CreateScaleContext(r.srcW, r.srcH, r.dstW, r.dstH, r.outW, r.outH, r.options, r.depth,
+                              r.variant, r.sharpness, r.refine, r.aa, c);
+}
+
+TEST(ContextValidation, LimitsAndCombinations) {
+    const struct {
+        Request r;
+        int32_t expected;
+    } cases[] = {
+        {{}, 0},
+        {{.outW = 0}, -1},
+        {{.outW = 65537}, -1},
+        {{.outW = 0xFFFFFFFFu}, -1},
+        {{.srcH = 0}, -1},
+        {{.srcH = 65537}, -1},
+        {{.srcW = 3}, -1},  // a source needs four samples each way
+        {{.srcH = 3}, -1},
+        {{.srcW = 4, .srcH = 4}, 0},
+        {{.dstW = 16, .outW = 16}, 0},  // no enlargement in one axis
+        {{.dstW = 15}, -1},             // the engine only enlarges...
+        {{.outH = 23}, -1},             // ...into a canvas at least as large
+        {{.outW = 33}, 0},
+        {{.options = 15}, 0},
+        {{.options = 16}, -1},
+        {{.options = 0x80000000u}, 0},  // compared as a signed number
+        {{.variant = KERNEL_TWO_PASS}, 0},
+        {{.variant = KERNEL_NONE}, 0},
+        {{.variant = 3}, -1},
+        {{.depth = DEPTH_16}, 0},
+        {{.depth = DEPTH_16, .variant = KERNEL_TWO_PASS}, -1},
+        {{.depth = DEPTH_16, .variant = KERNEL_NONE}, -1},
+        {{.depth = 7, .variant = KERNEL_TWO_PASS}, 0},  // no kernels chosen for other depths
+        {{.sharpness = 25, .refine = 25, .aa = 25}, 0},
+        {{.sharpness = 26}, -1},
+        {{.refine = 26}, -1},
+        {{.aa = 26}, -1},
+    };
+    for (const auto& k : cases) {
+        SCOPED_TRACE(&k - cases);
+        Counting counting;
+        ScaleContext* sentinel = reinterpret_cast<ScaleContext*>(uintptr_t{0x1234});
+        ScaleContext* c = sentinel;
+        ASSERT_EQ(Create(k.r, &c), k.expected);
+        if (k.expected != 0) {
+            EXPECT_EQ(Counting::calls, 0) << "a rejected request allocated";
+            EXPECT_EQ(c, sentinel) << "a rejected request wrote the context pointer";
+        }
+        DestroyScaleContext(k.expected == 0 ? c : nullptr);
+        EXPECT_TRUE(Counting::live.empty());
+    }
+    EXPECT_EQ(Create({}, nullptr), -1);
+}
+
+TEST(ContextMemory, EveryAllocationFailureIsCleanedUpAndSuccessFreesAll) {
+    const struct {
+        uint32_t options, depth, variant, outExtra;
+    } cases[] = {
+        {0, DEPTH_8, KERNEL_CELL, 0},      {1, DEPTH_8, KERNEL_TWO_PASS, 0},
+        {15, DEPTH_8, KERNEL_TWO_PASS, 3}, {6, DEPTH_8, KERNEL_NONE, 1},
+        {15, DEPTH_16, KERNEL_CELL, 2},    {5, DEPTH_16, KERNEL_CELL, 0},
+    };
+    for (const auto& k : cases) {
+        SCOPED_TRACE(k.options);
+        const Request r{20,        10, 50, 31, 50 + k.outExtra, 31, k.options, k.depth,
+                        k.variant, 3,  10, 6};
+        // The context, 6 tables, 2 position arrays and 2 weight tables; 6 for
+        // refinement, the sharpen curve and an owned work frame.
+        const int total = 11 + (k.options & OPT_REFINE ? 6 : 0) +
+                          (k.options & OPT_SHARPEN ? 1 : 0) + (k.outExtra != 0 ? 1 : 0);
+        for (int failAt = 0; failAt <= total; ++failAt) {  // failAt == total: no failure
+            Counting counting(failAt);
+            ScaleContext* c = nullptr;
+            ASSERT_EQ(Create(r, &c), failAt == total ? 0 : -1) << "failing call " << failAt;
+            if (failAt < total) {
+                EXPECT_EQ(c, nullptr);
+            } else {
+                EXPECT_EQ(Counting::calls, total);
+                EXPECT_EQ(Counting::live.size(), std::size_t(total - 2));  // positions are gone
+                EXPECT_EQ(c->ownsWorkFrame, k.outExtra != 0 ? 1 : 0);
+            }
+            DestroyScaleContext(c);
+            EXPECT_TRUE(Counting::live.empty());
+        }
+    }
+}
+
+TEST(ContextMemory, BuffersBeyondTheHooksSizeArgumentAreRefused) {
+    // 65536 x 65536 x 8 bytes cannot be asked for through a 32-bit size.
+    const Request tablesOnly{4, 4, 65536, 65536, 65536, 65536, 0, DEPTH_16};
+    const Request refine{4, 4, 65536, 65536, 65536, 65536, OPT_REFINE, DEPTH_16};  // 4 GiB maps
+    const Request owned{4, 4, 65535, 65535, 65536, 65536, 0, DEPTH_16};            // a 32 GiB frame
+    ScaleContext* c = nullptr;
+    EXPECT_EQ(Create(tablesOnly, &c), 0);
+    DestroyScaleContext(c);
+    c = nullptr;
+    EXPECT_EQ(Create(refine, &c), -1);
+    EXPECT_EQ(Create(owned, &c), -1);
+    EXPECT_EQ(c, nullptr);
+}
+
+TEST(ContextMemory, SettingsRejectBadArgumentsAndKeepThePreviousValue) {
+    for (int32_t bad : {1, 256}) {
+        EXPECT_EQ(SetMaxValue8(bad), -1);
+    }
+    for (int32_t bad : {1, 65536}) {
+        EXPECT_EQ(SetMaxValue16(bad), -1);
+    }
+    EXPECT_EQ(SetMaxValue8(2), 0);
+    EXPECT_EQ(SetMaxValue8(255), 0);
+    EXPECT_EQ(SetMaxValue16(65535), 0);
+    EXPECT_EQ(SetEngineAllocator(&Counting::Alloc, nullptr), -1);
+    EXPECT_EQ(SetEngineAllocator(nullptr, &Counting::Free), -1);
+    // The defaults are still in force: nothing reaches the counting hooks.
+    Counting::calls = 0;
+    ScaleContext* c = nullptr;
+    ASSERT_EQ(Create({}, &c), 0);
+    DestroyScaleContext(c);
+    EXPECT_EQ(Counting::calls, 0);
+}
+
+TEST(ContextMemory, DefaultAllocationsAreSixteenByteAligned) {
+    ScaleContext* c = nullptr;
+    ASSERT_EQ(Create({7, 5, 23, 9, 25, 9, 15, DEPTH_8, KERNEL_TWO_PASS, 1, 1, 1}, &c), 0);
+    for (const void* p :
+         {static_cast<void*>(c), static_cast<void*>(c->columnWeights),
+          static_cast<void*>(c->rowWeights), static_cast<void*>(c->refineCurve), c->workFrame}) {
+        EXPECT_EQ(reinterpret_cast<uintptr_t>(p) % 16, 0u);
+    }
+    DestroyScaleContext(c);
+}
+
+quillon::support::Context Make(uint32_t sharpness, uint32_t refine, uint32_t aa) {
+    return quillon::support::Context(
+        {8, 8, 16, 16, 0, DEPTH_8, KERNEL_CELL, sharpness, refine, aa});
+}
+
+TEST(ScalarControls, SharpenGainRefineShapeAndAntiAlias) {
+    EXPECT_EQ(Make(0, 0, 0)->sharpenGain, 0.01f);
+    EXPECT_EQ(Make(25, 0, 0)->sharpenGain, static_cast<float>((25 - 0.52) / 24));
+    EXPECT_NEAR(Make(10, 0, 0)->sharpenGain, 0.395, 1e-6);
+    for (uint32_t q : {0u, 1u, 7u, 10u, 25u}) {  // the sum is taken in float
+        EXPECT_EQ(Make(0, q, 0)->refineShape, static_cast<float>(q / 20.0) + 0.1f) << q;
+    }
+    EXPECT_EQ(Make(0, 0, 0)->aaFollow, 0.7f);
+    EXPECT_EQ(Make(0, 0, 1)->aaFollow, 0.7f);
+    EXPECT_EQ(Make(0, 0, 0)->aaSpread, 1.0f);
+    EXPECT_EQ(Make(0, 0, 25)->aaMix, 0.8f);
+    EXPECT_EQ(Make(0, 0, 25)->aaSpread, 5.0f);
+    EXPECT_EQ(Make(0, 0, 25)->aaFollow, static_cast<float>(0.7 / std::pow(25.0, 0.38)));
+    EXPECT_EQ(Make(0, 0, 5)->aaSpread, 1.0f);
+    EXPECT_EQ(Make(0, 0, 6)->aaSpread, 2.0f);
+    EXPECT_EQ(Make(0, 0, 6)->aaMix, static_cast<float>(0.8 / std::pow(20.0, 0.25)));
+}
+
+}  // namespace
