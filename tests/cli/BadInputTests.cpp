@@ -24,153 +24,109 @@ void ExpectOneLineError(const ToolResult& r) {
     EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
 }
 
-class BadInput : public ::testing::Test {
-protected:
-    TempDir dir;
-    ToolResult Upscale(std::vector<std::string> args) {
-        args.insert(args.begin(), "upscale");
-        args.push_back("-q");
-        return RunQuillon(args);
-    }
-};
-
-TEST_F(BadInput, MissingOrUnreadableInputIsThree) {
-    for (const std::string& input :
-         {dir / "nothing.png", dir / "nothing.mp4", dir.path().string()}) {
-        const ToolResult r = Upscale({input, dir / "o.png", "--size", "640x360"});
-        EXPECT_EQ(r.exitCode, 3) << input;
-        ExpectOneLineError(r);
-    }
-    const ToolResult seq = Upscale({dir / "f.%04d.png", dir / "o.%04d.png", "--size", "640x360"});
-    EXPECT_EQ(seq.exitCode, 3);
-    ExpectOneLineError(seq);
+std::vector<std::string> Upscale(std::vector<std::string> args) {
+    args.insert(args.begin(), "upscale");
+    args.push_back("-q");
+    return args;
 }
 
-TEST_F(BadInput, CorruptImageOrVideoIsFour) {
+TEST(BadInput, EachKindHasItsOwnExitCodeAndLeavesNoOutput) {
+    TempDir dir;
+    const std::string cups = Asset("cups_320x180.png");
+    const std::string grey = Asset("grey_320x180.png");
     WriteBytes(dir / "bad.png", "\x89PNG\r\n\x1a\ngarbage that is not a png");
     WriteBytes(dir / "bad.mp4", std::string(4096, 'x'));
-    // A real PNG cut short: header fine, pixels missing.
-    const auto full = fs::file_size(Asset("cups_320x180.png"));
-    {
-        std::ifstream in(Asset("cups_320x180.png"), std::ios::binary);
-        std::string head(static_cast<size_t>(full / 3), '\0');
+    {  // A real PNG cut short: header fine, pixels missing.
+        std::ifstream in(cups, std::ios::binary);
+        std::string head(static_cast<size_t>(fs::file_size(cups) / 3), '\0');
         in.read(head.data(), static_cast<std::streamsize>(head.size()));
         WriteBytes(dir / "cut.png", head);
     }
-    for (const char* name : {"bad.png", "bad.mp4", "cut.png"}) {
-        const std::string out = dir / (std::string("o_") + name);
-        const ToolResult r = Upscale({dir / name, out, "--size", "640x360"});
-        EXPECT_EQ(r.exitCode, 4) << name << ": " << r.err;
-        ExpectOneLineError(r);
-        EXPECT_FALSE(fs::exists(out));
-    }
-}
-
-TEST_F(BadInput, UnsupportedFormatsAndPixelFormatsAreFive) {
-    const ToolResult unknownFormat =
-        Upscale({Asset("grey_320x180.png"), dir / "o.qqq", "--size", "640x360"});
-    EXPECT_EQ(unknownFormat.exitCode, 5);
-    ExpectOneLineError(unknownFormat);
-
+    Picture flat;
+    flat.width = flat.height = 3;
+    flat.rgba.assign(3 * 3 * 4, 200);
+    WritePicture(dir / "tiny.png", flat, 3);
+    flat.width = 2000;  // fit to height 2160 makes it 1,080,000 pixels wide
+    flat.height = 4;
+    flat.rgba.assign(2000 * 4 * 4, 90);
+    WritePicture(dir / "strip.png", flat, 3);
     ClipSpec spec;
     spec.frames = 1;
     spec.audio = false;
-    MakeClip(dir / "c.mkv", ReadPicture(Asset("grey_320x180.png")), spec);
-    const std::vector<std::vector<std::string>> cases = {
-        {"--pix-fmt", "no_such_format"},
-        {"--codec", "prores_ks", "--pix-fmt", "yuv420p"},
-        {"--codec", "no_such_codec"},
-    };
-    for (const auto& extra : cases) {
-        std::vector<std::string> args = {dir / "c.mkv", dir / "o.mov", "--size", "640x360"};
-        args.insert(args.end(), extra.begin(), extra.end());
-        const ToolResult r = Upscale(args);
-        EXPECT_EQ(r.exitCode, 5) << extra.back() << ": " << r.err;
-        ExpectOneLineError(r);
-        EXPECT_FALSE(fs::exists(dir / "o.mov"));
-    }
-    EXPECT_TRUE(dir.HiddenFiles().empty());
-}
-
-TEST_F(BadInput, SizesOutsideTheEnginesLimitsAreSix) {
-    Picture tiny;
-    tiny.width = 3;
-    tiny.height = 3;
-    tiny.rgba.assign(3 * 3 * 4, 200);
-    WritePicture(dir / "tiny.png", tiny, 3);
-    const ToolResult small = Upscale({dir / "tiny.png", dir / "o.png", "--size", "640x360"});
-    EXPECT_EQ(small.exitCode, 6);
-    ExpectOneLineError(small);
-
-    Picture strip;
-    strip.width = 2000;
-    strip.height = 4;
-    strip.rgba.assign(2000 * 4 * 4, 90);
-    WritePicture(dir / "strip.png", strip, 3);
-    // Fit to height 2160 makes it 1,080,000 pixels wide.
-    const ToolResult huge = Upscale({dir / "strip.png", dir / "o.png", "--preset", "25"});
-    EXPECT_EQ(huge.exitCode, 6);
-    ExpectOneLineError(huge);
-    const ToolResult custom =
-        Upscale({Asset("grey_320x180.png"), dir / "o.png", "--size", "9000x9000"});
-    EXPECT_EQ(custom.exitCode, 6);
-    const ToolResult pipeTiny =
-        RunQuillon({"pipe", "--in-size", "3x100", "--size", "200x200", "-q"});
-    EXPECT_EQ(pipeTiny.exitCode, 6);
-    EXPECT_FALSE(fs::exists(dir / "o.png"));
-}
-
-TEST_F(BadInput, TargetSmallerThanSourceIsSeven) {
-    const ToolResult r = Upscale({Asset("cups_320x180.png"), dir / "o.png", "--size", "300x200"});
-    EXPECT_EQ(r.exitCode, 7);
-    ExpectOneLineError(r);
-    EXPECT_NE(r.err.find("smaller than the source"), std::string::npos);
-}
-
-TEST_F(BadInput, UnknownPresetIsEight) {
-    for (const char* preset : {"29", "0", "Ultra HD (3840 x 2160) Fit To Nothing"}) {
-        const ToolResult r =
-            Upscale({Asset("cups_320x180.png"), dir / "o.png", "--preset", preset});
-        EXPECT_EQ(r.exitCode, 8) << preset;
-        ExpectOneLineError(r);
-    }
-}
-
-TEST_F(BadInput, ExistingOutputNeedsForceAndInputIsNeverOverwritten) {
+    MakeClip(dir / "c.mkv", ReadPicture(grey), spec);
     const std::string in = dir / "in.png";
-    fs::copy_file(Asset("grey_320x180.png"), in);
+    fs::copy_file(grey, in);
+    const auto inSize = fs::file_size(in);
+
+    const std::string o = dir / "o.png";
+    const std::string mov = dir / "o.mov";
+    struct Case {
+        int code;
+        std::vector<std::string> args;
+        const char* says = "";
+    };
+    const Case cases[] = {
+        {3, Upscale({dir / "nothing.png", o, "--size", "640x360"})},
+        {3, Upscale({dir / "nothing.mp4", o, "--size", "640x360"})},
+        {3, Upscale({dir.path().string(), o, "--size", "640x360"})},
+        {3, Upscale({dir / "f.%04d.png", dir / "o.%04d.png", "--size", "640x360"})},
+        {4, Upscale({dir / "bad.png", o, "--size", "640x360"})},
+        {4, Upscale({dir / "bad.mp4", dir / "o.mp4", "--size", "640x360"})},
+        {4, Upscale({dir / "cut.png", o, "--size", "640x360"})},
+        {5, Upscale({grey, dir / "o.qqq", "--size", "640x360"})},
+        {5, Upscale({dir / "c.mkv", mov, "--size", "640x360", "--pix-fmt", "no_such_format"})},
+        {5, Upscale({dir / "c.mkv", mov, "--size", "640x360", "--codec", "prores_ks", "--pix-fmt",
+                     "yuv420p"})},
+        {5, Upscale({dir / "c.mkv", mov, "--size", "640x360", "--codec", "no_such_codec"})},
+        {6, Upscale({dir / "tiny.png", o, "--size", "640x360"})},
+        {6, Upscale({dir / "strip.png", o, "--preset", "25"})},
+        {6, Upscale({grey, o, "--size", "9000x9000"})},
+        {6, {"pipe", "--in-size", "3x100", "--size", "200x200", "-q"}},
+        {7, Upscale({cups, o, "--size", "300x200"}), "smaller than the source"},
+        {8, Upscale({cups, o, "--preset", "29"})},
+        {8, Upscale({cups, o, "--preset", "0"})},
+        {8, Upscale({cups, o, "--preset", "Ultra HD (3840 x 2160) Fit To Nothing"})},
+        {10, Upscale({in, in, "--size", "400x225", "--force"})},
+        {2, Upscale({cups, o, "--filter", "sharpest"})},
+        {2, Upscale({cups, o, "--sharpness", "26"})},
+        {2, Upscale({cups, o, "--anti-aliasing", "11"})},
+        {2, Upscale({cups, o, "--size", "big"})},
+        {2, Upscale({dir / "c.mkv", dir / "o.mkv", "--size", "400x226", "--codec-opt",
+                     "no_such_option=1"})},
+        {2, {"pipe", "--size", "640x360"}},
+        {2, {"pipe", "--in-size", "320x180", "--depth", "12"}},
+        {2, {"frobnicate"}},
+    };
+    for (const Case& c : cases) {
+        const ToolResult r = RunQuillon(c.args);
+        const std::string what = c.args[c.args.size() > 1 ? 1 : 0] + " " + c.args.back();
+        EXPECT_EQ(r.exitCode, c.code) << what << ": " << r.err;
+        ExpectOneLineError(r);
+        EXPECT_NE(r.err.find(c.says), std::string::npos) << r.err;
+        for (const auto& entry : fs::directory_iterator(dir.path())) {
+            const std::string name = entry.path().filename().string();
+            EXPECT_TRUE(name.rfind("o.", 0) != 0 && name[0] != '.') << name << " after " << what;
+        }
+    }
+    EXPECT_EQ(fs::file_size(in), inSize) << "the input is never overwritten";
+}
+
+TEST(BadInput, ExistingOutputNeedsForce) {
+    TempDir dir;
     WriteBytes(dir / "o.png", "keep me");
-    const ToolResult refused = Upscale({in, dir / "o.png", "--size", "400x225"});
+    const std::vector<std::string> args =
+        Upscale({Asset("grey_320x180.png"), dir / "o.png", "--size", "400x225"});
+    const ToolResult refused = RunQuillon(args);
     EXPECT_EQ(refused.exitCode, 10);
     ExpectOneLineError(refused);
     EXPECT_EQ(fs::file_size(dir / "o.png"), 7u);
 
-    const ToolResult forced = Upscale({in, dir / "o.png", "--size", "400x225", "-y"});
-    EXPECT_EQ(forced.exitCode, 0) << forced.err;
+    std::vector<std::string> forced = args;
+    forced.push_back("-y");
+    const ToolResult r = RunQuillon(forced);
+    EXPECT_EQ(r.exitCode, 0) << r.err;
     EXPECT_EQ(ReadPicture(dir / "o.png").width, 400);
-
-    const auto before = fs::file_size(in);
-    const ToolResult self = Upscale({in, in, "--size", "400x225", "--force"});
-    EXPECT_EQ(self.exitCode, 10);
-    EXPECT_EQ(fs::file_size(in), before);
     EXPECT_TRUE(dir.HiddenFiles().empty());
-}
-
-TEST_F(BadInput, UsageErrorsAreTwo) {
-    const std::vector<std::vector<std::string>> cases = {
-        {"upscale", Asset("cups_320x180.png"), dir / "o.png", "--filter", "sharpest"},
-        {"upscale", Asset("cups_320x180.png"), dir / "o.png", "--sharpness", "26"},
-        {"upscale", Asset("cups_320x180.png"), dir / "o.png", "--anti-aliasing", "11"},
-        {"upscale", Asset("cups_320x180.png"), dir / "o.png", "--size", "big"},
-        {"pipe", "--size", "640x360"},
-        {"pipe", "--in-size", "320x180", "--depth", "12"},
-        {"frobnicate"},
-    };
-    for (const auto& args : cases) {
-        const ToolResult r = RunQuillon(args);
-        EXPECT_EQ(r.exitCode, 2) << args.back() << ": " << r.err;
-        ExpectOneLineError(r);
-    }
 }
 
 }  // namespace

@@ -156,7 +156,6 @@ ClipFacts ProbeClip(const std::string& path) {
     facts.timeBaseNum = vst->time_base.num;
     facts.timeBaseDen = vst->time_base.den;
     facts.videoCodec = dec->name;
-    facts.pixelFormat = av_get_pix_fmt_name(ctx->pix_fmt);
     facts.bitsPerComponent = av_pix_fmt_desc_get(ctx->pix_fmt)->comp[0].depth;
     int firstAudio = -1;
     for (unsigned i = 0; i < fmt->nb_streams; ++i) {

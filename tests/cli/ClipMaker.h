@@ -33,7 +33,6 @@ struct ClipFacts {
     int timeBaseNum = 0;
     int timeBaseDen = 0;
     std::string videoCodec;
-    std::string pixelFormat;
     int bitsPerComponent = 0;
     int audioStreams = 0;
     std::vector<std::vector<uint8_t>> audioPackets;  // payloads of the first audio stream

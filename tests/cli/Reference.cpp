@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "engine/Engine.h"
+#include "tests/support/TestSupport.h"
 
 namespace quillon::test {
 
@@ -96,21 +97,20 @@ std::vector<uint8_t> EngineUpscale(const std::vector<uint8_t>& frame, int bits, 
     if (s.antiAliasing > 0) {
         options |= 8;
     }
-    ScaleContext* context = nullptr;
-    const uint32_t variant = bits == 16 ? 0u : s.kernelVariant;
-    if (CreateScaleContext(static_cast<uint32_t>(sw), static_cast<uint32_t>(sh),
-                           static_cast<uint32_t>(dw), static_cast<uint32_t>(dh),
-                           static_cast<uint32_t>(dw), static_cast<uint32_t>(dh), options,
-                           bits == 16 ? 1u : 0u, variant, static_cast<uint32_t>(s.sharpness),
-                           static_cast<uint32_t>(s.quality), static_cast<uint32_t>(s.antiAliasing),
-                           &context) != 0) {
-        throw std::runtime_error("engine refused the reference request");
-    }
+    const support::Request request{static_cast<uint32_t>(sw),
+                                   static_cast<uint32_t>(sh),
+                                   static_cast<uint32_t>(dw),
+                                   static_cast<uint32_t>(dh),
+                                   options,
+                                   bits == 16 ? 1u : 0u,
+                                   bits == 16 ? 0u : s.kernelVariant,
+                                   static_cast<uint32_t>(s.sharpness),
+                                   static_cast<uint32_t>(s.quality),
+                                   static_cast<uint32_t>(s.antiAliasing)};
+    const support::Context context(request);
     std::vector<uint8_t> out(static_cast<size_t>(dw) * dh * (bits == 16 ? 8 : 4), 0);
-    const int rc = ProcessFrame(frame.data(), out.data(), context);
-    DestroyScaleContext(context);
-    if (rc != 0) {
-        throw std::runtime_error("engine failed the reference frame");
+    if (!context.ok() || ProcessFrame(frame.data(), out.data(), context.get()) != 0) {
+        throw std::runtime_error("engine refused the reference frame");
     }
     return out;
 }

@@ -87,19 +87,6 @@ TEST(StillAlpha, TransparencyIsKeptAndMatchesTheEngine) {
     EXPECT_EQ(MaxDifference(result, ReferenceUpscale(source, 1280, 720)), 0);
 }
 
-TEST(StillJson, SummaryNamesSizesAndStages) {
-    TempDir dir;
-    const ToolResult r = RunQuillon(
-        {"upscale", Asset("grey_320x180.png"), dir / "o.png", "--size", "640x360", "--json", "-q"});
-    ASSERT_EQ(r.exitCode, 0) << r.err;
-    const std::string json = r.outText();
-    for (const char* field : {"\"frames\":1", "\"width\":640", "\"height\":360",
-                              "\"engine\":", "\"convert_in\":", "\"convert_out\":", "\"read\":",
-                              "\"write\":", "\"filter\":\"Quick\"", "\"engine_options\":11"}) {
-        EXPECT_NE(json.find(field), std::string::npos) << field << " missing in " << json;
-    }
-}
-
 TEST(StillCompare, WritesSideBySideCropOfBothEnlargements) {
     TempDir dir;
     const ToolResult r = RunQuillon({"upscale", Asset("cups_320x180.png"), dir / "o.png", "--size",

@@ -21,16 +21,20 @@ using hostsim::Callback;
 using hostsim::HostSimulator;
 
 TEST(RenderOptions, FollowFilterTypeSharpnessAndAntiAliasing) {
-    EXPECT_EQ(ComputeEngineOptions(FILTER_BETTER, 0, 6), 12u);
-    EXPECT_EQ(ComputeEngineOptions(FILTER_DRAFT, 2, 0), 2u);
-    EXPECT_EQ(ComputeEngineOptions(FILTER_DRAFT, 0, 0), 0u);
-    EXPECT_EQ(ComputeEngineOptions(FILTER_QUICK, 0, 0), 1u);
-    EXPECT_EQ(ComputeEngineOptions(FILTER_BETTER, 0, 0), 4u);
-    EXPECT_EQ(ComputeEngineOptions(FILTER_BEST, 0, 0), 5u);
-    EXPECT_EQ(ComputeEngineOptions(FILTER_BEST, 25, 10), 15u);
-    // Out-of-range popup values count as "Best"; negative sliders add nothing.
-    EXPECT_EQ(ComputeEngineOptions(0, 0, 0), 5u);
-    EXPECT_EQ(ComputeEngineOptions(9, -1, -3), 5u);
+    // {filter type, sharpness, anti-aliasing, options}; out-of-range popup
+    // values count as "Best", negative sliders add nothing.
+    const int32_t cases[][4] = {{FILTER_BETTER, 0, 6, 12},
+                                {FILTER_DRAFT, 2, 0, 2},
+                                {FILTER_DRAFT, 0, 0, 0},
+                                {FILTER_QUICK, 0, 0, 1},
+                                {FILTER_BETTER, 0, 0, 4},
+                                {FILTER_BEST, 0, 0, 5},
+                                {FILTER_BEST, 25, 10, 15},
+                                {0, 0, 0, 5},
+                                {9, -1, -3, 5}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(ComputeEngineOptions(c[0], c[1], c[2]), static_cast<uint32_t>(c[3])) << c[0];
+    }
 }
 
 // ------------------------------------------------------------ conversion
@@ -116,53 +120,39 @@ class Conversion : public ::testing::Test {};
 using SampleTypes = ::testing::Types<uint8_t, uint16_t>;
 TYPED_TEST_SUITE(Conversion, SampleTypes);
 
-// A 9 x 7 world read into frames smaller and larger by odd amounts.
+// A 9 x 7 world, top-down and bottom-up, read into frames smaller and larger
+// by odd amounts. Smaller: both readers start at column 5 / 2 = 2, row
+// 3 / 2 = 1. Larger: crop-centre packs the whole world at its own width from
+// the first pixel, overlap centres it 3 / 2 = 1 column and row in. Width 0
+// asks for the world's size.
 TYPED_TEST(Conversion, ReadersPlaceTheCentredRegion) {
     using T = TypeParam;
+    struct Case {
+        bool overlap;
+        int32_t width, height, stride;
+        std::vector<std::array<int32_t, 4>> checks;  // frame x, y <- world x, y (-1: untouched)
+    };
+    const Case cases[] = {
+        {false, 4, 4, 4, {{0, 0, 2, 1}, {3, 3, 5, 4}, {0, 4, -1, -1}}},
+        {true, 4, 4, 4, {{0, 0, 2, 1}, {3, 3, 5, 4}, {0, 4, -1, -1}}},
+        {false, 12, 10, 9, {{0, 0, 0, 0}, {8, 6, 8, 6}, {0, 7, -1, -1}}},
+        {true, 12, 10, 12, {{0, 0, -1, -1}, {1, 1, 0, 0}, {9, 7, 8, 6}, {10, 8, -1, -1}}},
+        {true, 12, 4, 12, {{1, 0, 0, 1}, {9, 3, 8, 4}, {10, 3, -1, -1}}},
+        {false, 12, 4, 9, {{0, 0, 0, 1}, {8, 3, 8, 4}}},
+        {false, 0, 0, 9, {{8, 6, 8, 6}}},
+    };
     for (bool bottomUp : {false, true}) {
         TestWorld<T> world(9, 7, bottomUp);
         world.Label();
-        std::vector<T> frame(12 * 10 * 4, kSentinel<T>);
-
-        // Smaller frame 4 x 4: both start at world column 5 / 2 = 2, row 3 / 2 = 1.
-        for (bool overlap : {false, true}) {
-            std::fill(frame.begin(), frame.end(), kSentinel<T>);
-            Read<T>(overlap, world.def, frame.data(), 4, 4);
-            EXPECT_EQ(FramePixel(frame, 4, 0, 0), Labelled<T>(2, 1)) << overlap;
-            EXPECT_EQ(FramePixel(frame, 4, 3, 3), Labelled<T>(5, 4)) << overlap;
-            EXPECT_EQ(frame[16 * 4], kSentinel<T>) << overlap;
+        for (const Case& c : cases) {
+            std::vector<T> frame(12 * 10 * 4, kSentinel<T>);
+            Read<T>(c.overlap, world.def, frame.data(), c.width, c.height);
+            for (const auto& [fx, fy, wx, wy] : c.checks) {
+                EXPECT_EQ(FramePixel(frame, c.stride, fx, fy),
+                          wx < 0 ? Untouched<T>() : Labelled<T>(wx, wy))
+                    << c.overlap << " " << c.width << "x" << c.height << " at " << fx << "," << fy;
+            }
         }
-
-        // Larger frame 12 x 10: the crop-centre reader packs the whole world
-        // at its own width from the first pixel...
-        std::fill(frame.begin(), frame.end(), kSentinel<T>);
-        Read<T>(false, world.def, frame.data(), 12, 10);
-        EXPECT_EQ(FramePixel(frame, 9, 0, 0), Labelled<T>(0, 0));
-        EXPECT_EQ(FramePixel(frame, 9, 8, 6), Labelled<T>(8, 6));
-        EXPECT_EQ(FramePixel(frame, 9, 0, 7), Untouched<T>());
-        // ...the overlap reader centres it: 3 / 2 = 1 column and row in.
-        std::fill(frame.begin(), frame.end(), kSentinel<T>);
-        Read<T>(true, world.def, frame.data(), 12, 10);
-        EXPECT_EQ(FramePixel(frame, 12, 0, 0), Untouched<T>());
-        EXPECT_EQ(FramePixel(frame, 12, 1, 1), Labelled<T>(0, 0));
-        EXPECT_EQ(FramePixel(frame, 12, 9, 7), Labelled<T>(8, 6));
-        EXPECT_EQ(FramePixel(frame, 12, 10, 8), Untouched<T>());
-
-        // Wider but lower frame 12 x 4: columns as the larger case, rows as the smaller.
-        std::fill(frame.begin(), frame.end(), kSentinel<T>);
-        Read<T>(true, world.def, frame.data(), 12, 4);
-        EXPECT_EQ(FramePixel(frame, 12, 1, 0), Labelled<T>(0, 1));
-        EXPECT_EQ(FramePixel(frame, 12, 9, 3), Labelled<T>(8, 4));
-        EXPECT_EQ(FramePixel(frame, 12, 10, 3), Untouched<T>());
-        std::fill(frame.begin(), frame.end(), kSentinel<T>);
-        Read<T>(false, world.def, frame.data(), 12, 4);
-        EXPECT_EQ(FramePixel(frame, 9, 0, 0), Labelled<T>(0, 1));
-        EXPECT_EQ(FramePixel(frame, 9, 8, 3), Labelled<T>(8, 4));
-
-        // 0 asks for the world's size.
-        std::fill(frame.begin(), frame.end(), kSentinel<T>);
-        Read<T>(false, world.def, frame.data(), 0, 0);
-        EXPECT_EQ(FramePixel(frame, 9, 8, 6), Labelled<T>(8, 6));
     }
 }
 
@@ -178,75 +168,66 @@ std::vector<T> LabelledFrame(int32_t width, int32_t height) {
     return frame;
 }
 
-// World pixel expected from frame pixel (x, y): (alpha M, red 9, green y, blue x).
-template <typename T>
-void ExpectFrom(TestWorld<T>& world, int32_t wx, int32_t wy, int32_t fx, int32_t fy) {
-    const T* p = world.At(wx, wy);
-    EXPECT_EQ(std::vector<T>(p, p + 4),
-              (std::vector<T>{static_cast<T>(kM), 9, static_cast<T>(fy), static_cast<T>(fx)}))
-        << "world " << wx << "," << wy;
-}
-template <typename T>
-void ExpectUntouched(TestWorld<T>& world, int32_t wx, int32_t wy) {
-    const T* p = world.At(wx, wy);
-    EXPECT_EQ(std::vector<T>(p, p + 4), std::vector<T>(4, kSentinel<T>))
-        << "world " << wx << "," << wy;
-}
-
+// Larger frames fill the world from frame column and row 1 with both
+// writers; a smaller one goes to world column 5 / 2 = 2, row 3 / 2 = 1 with the
+// overlap writer, while the centre writer takes the frame at the world's size.
 TYPED_TEST(Conversion, WritersPlaceTheCentredRegion) {
     using T = TypeParam;
-    // Larger frame 12 x 10: both fill the world from frame column and row 1.
-    for (bool overlap : {false, true}) {
+    struct Case {
+        bool overlap;
+        int32_t width, height, frameWidth, frameHeight;
+        std::vector<std::array<int32_t, 4>> checks;  // world x, y <- frame x, y (-1: untouched)
+    };
+    const Case cases[] = {
+        {false, 12, 10, 12, 10, {{0, 0, 1, 1}, {8, 6, 9, 7}}},
+        {true, 12, 10, 12, 10, {{0, 0, 1, 1}, {8, 6, 9, 7}}},
+        {true,
+         4,
+         4,
+         4,
+         4,
+         {{2, 1, 0, 0}, {5, 4, 3, 3}, {1, 1, -1, -1}, {6, 4, -1, -1}, {2, 5, -1, -1}}},
+        {false, 4, 4, 9, 7, {{0, 0, 0, 0}, {8, 6, 8, 6}}},
+    };
+    for (const Case& c : cases) {
         TestWorld<T> world(9, 7);
-        const std::vector<T> frame = LabelledFrame<T>(12, 10);
-        Write<T>(overlap, frame.data(), world.def, 12, 10);
-        ExpectFrom(world, 0, 0, 1, 1);
-        ExpectFrom(world, 8, 6, 9, 7);
-    }
-    // Smaller frame 4 x 4, overlap: world columns from 5 / 2 = 2, rows from 3 / 2 = 1.
-    {
-        TestWorld<T> world(9, 7);
-        const std::vector<T> frame = LabelledFrame<T>(4, 4);
-        Write<T>(true, frame.data(), world.def, 4, 4);
-        ExpectFrom(world, 2, 1, 0, 0);
-        ExpectFrom(world, 5, 4, 3, 3);
-        ExpectUntouched(world, 1, 1);
-        ExpectUntouched(world, 6, 4);
-        ExpectUntouched(world, 2, 5);
-    }
-    // Smaller frame, centre writer: the frame is taken at the world's size.
-    {
-        TestWorld<T> world(9, 7);
-        const std::vector<T> frame = LabelledFrame<T>(9, 7);
-        Write<T>(false, frame.data(), world.def, 4, 4);
-        ExpectFrom(world, 0, 0, 0, 0);
-        ExpectFrom(world, 8, 6, 8, 6);
+        const std::vector<T> frame = LabelledFrame<T>(c.frameWidth, c.frameHeight);
+        Write<T>(c.overlap, frame.data(), world.def, c.width, c.height);
+        for (const auto& [wx, wy, fx, fy] : c.checks) {
+            const T* p = world.At(wx, wy);
+            const std::vector<T> expected =
+                fx < 0
+                    ? std::vector<T>(4, kSentinel<T>)
+                    : std::vector<T>{static_cast<T>(kM), 9, static_cast<T>(fy), static_cast<T>(fx)};
+            EXPECT_EQ(std::vector<T>(p, p + 4), expected)
+                << c.overlap << " " << c.width << "x" << c.height << " world " << wx << "," << wy;
+        }
     }
 }
 
-TEST(ConversionChannels, EightBitPixelRoundTrip) {
-    TestWorld<uint8_t> world(1, 1);
-    const uint8_t host[4] = {255, 10, 20, 30};  // alpha, red, green, blue
-    std::memcpy(world.At(0, 0), host, 4);
-    uint8_t frame[4] = {};
-    ReadCropCentre8(world.def, frame, 1, 1, 255);
-    EXPECT_EQ(std::vector<uint8_t>(frame, frame + 4), (std::vector<uint8_t>{30, 20, 10, 0}));
-    std::memset(world.At(0, 0), 0, 4);
-    WriteCentre8(frame, world.def, 1, 1, 255);
-    EXPECT_EQ(std::memcmp(world.At(0, 0), host, 4), 0);
-}
+// (alpha 255, red 10, green 20, blue 30) is (30, 20, 10, 0) in the frame and
+// comes back unchanged; an opaque 16-bit pixel has transparency 0.
+TEST(ConversionChannels, PixelsRoundTrip) {
+    TestWorld<uint8_t> world8(1, 1);
+    const uint8_t host8[4] = {255, 10, 20, 30};
+    std::memcpy(world8.At(0, 0), host8, 4);
+    uint8_t frame8[4] = {};
+    ReadCropCentre8(world8.def, frame8, 1, 1, 255);
+    EXPECT_EQ(std::vector<uint8_t>(frame8, frame8 + 4), (std::vector<uint8_t>{30, 20, 10, 0}));
+    std::memset(world8.At(0, 0), 0, 4);
+    WriteCentre8(frame8, world8.def, 1, 1, 255);
+    EXPECT_EQ(std::memcmp(world8.At(0, 0), host8, 4), 0);
 
-TEST(ConversionChannels, SixteenBitOpaqueHasNoTransparency) {
-    TestWorld<uint16_t> world(1, 1);
-    const uint16_t host[4] = {32768, 1000, 20000, 32768};
-    std::memcpy(world.At(0, 0), host, 8);
-    uint16_t frame[4] = {};
-    ReadOverlap16(world.def, frame, 1, 1, 32768);
-    EXPECT_EQ(std::vector<uint16_t>(frame, frame + 4),
+    TestWorld<uint16_t> world16(1, 1);
+    const uint16_t host16[4] = {32768, 1000, 20000, 32768};
+    std::memcpy(world16.At(0, 0), host16, 8);
+    uint16_t frame16[4] = {};
+    ReadOverlap16(world16.def, frame16, 1, 1, 32768);
+    EXPECT_EQ(std::vector<uint16_t>(frame16, frame16 + 4),
               (std::vector<uint16_t>{32768, 20000, 1000, 0}));
-    std::memset(world.At(0, 0), 0, 8);
-    WriteOverlap16(frame, world.def, 1, 1, 32768);
-    EXPECT_EQ(std::memcmp(world.At(0, 0), host, 8), 0);
+    std::memset(world16.At(0, 0), 0, 8);
+    WriteOverlap16(frame16, world16.def, 1, 1, 32768);
+    EXPECT_EQ(std::memcmp(world16.At(0, 0), host16, 8), 0);
 }
 
 // ------------------------------------------------------------ allocator

@@ -11,52 +11,51 @@
 namespace quillon::test {
 namespace {
 
-constexpr uint32_t kWhite8 = 255;
 constexpr uint32_t kWhite16 = 32768;
-
-// Index of the first difference, or -1.
-template <typename Sample>
-long FirstDifference(const std::vector<Sample>& a, const std::vector<Sample>& b) {
-    if (a.size() != b.size()) {
-        return 0;
-    }
-    const auto it = std::mismatch(a.begin(), a.end(), b.begin());
-    return it.first == a.end() ? -1 : static_cast<long>(it.first - a.begin());
-}
+constexpr auto kAE = HostIdentity::AfterEffects;
+constexpr auto kPr12 = HostIdentity::PremierePro12;
+constexpr auto kPr13 = HostIdentity::PremierePro13;
 
 struct Settings {
-    int32_t filterType;
-    int32_t sharpness;
-    int32_t quality;
-    int32_t antiAliasing;
+    int32_t filterType, sharpness, quality, antiAliasing;
     uint32_t options;  // what the settings stand for in the engine
 };
 
 class Render : public PluginTest {
 protected:
-    void SetUp() override {
-        // The engine in this process clamps like the plug-in's.
-        SetMaxValue16(32768);
-        SetMaxValue8(255);
-    }
+    // The engine in this process clamps like the plug-in's.
+    void SetUp() override { SetMaxValue16(kWhite16); }
     void TearDown() override { SetMaxValue16(65535); }
 
-    void Begin(HostIdentity identity, const Settings& s) {
+    // An instance with the settings, worlds of the given sizes (deep: 16
+    // bits) with padded rows, the input filled from a photo, the output 0x5A.
+    void Begin(HostIdentity identity, const Settings& s, bool deep, int32_t inW, int32_t inH,
+               int32_t outW, int32_t outH, const char* photo = "forest_480x270.png") {
         StartInstance(identity);
         host().param(9).u.pd.value = s.filterType;
         host().param(10).u.sd.value = s.sharpness;
         host().param(11).u.sd.value = s.quality;
         host().param(12).u.sd.value = s.antiAliasing;
         settings_ = s;
+        host().SetInputLayer(inW, inH, deep, deep ? 24 : 20);
+        host().SetOutputWorld(outW, outH, deep, deep ? 40 : 12);
+        const Picture picture = LoadPicture(photo);
+        ASSERT_FALSE(picture.empty()) << photo;
+        FillWorld(host().inputWorld().def, picture);
+        FillOutput();
+        // What frame setup leaves for modern Premiere Pro.
+        WriteAt<uint32_t>(Seq(), kSeqOutputWidth, static_cast<uint32_t>(outW));
+        WriteAt<int32_t>(Seq(), kSeqOutputHeight, outH);
     }
     PF_Handle Seq() { return host().inData().sequence_data; }
-    void SetSequenceOutput(uint32_t width, int32_t height) {
-        WriteAt<uint32_t>(Seq(), kSeqOutputWidth, width);
-        WriteAt<int32_t>(Seq(), kSeqOutputHeight, height);
-    }
-    void FillOutput(uint8_t value) {
+    void FillOutput() {
         auto& buffer = host().outputWorld().buffer;
-        std::fill(buffer.begin(), buffer.end(), value);
+        std::fill(buffer.begin(), buffer.end(), uint8_t{0x5A});
+    }
+    // Output rows firstRow, firstRow + rowStep, ... still hold 0x5A.
+    bool OutputUntouched(int32_t firstRow = 0, int32_t rowStep = 1) {
+        const auto out = WorldSamples<uint8_t>(host().outputWorld().def, firstRow, rowStep);
+        return std::all_of(out.begin(), out.end(), [](uint8_t v) { return v == 0x5A; });
     }
     // Sends the render and checks that the handles came back as they were.
     PF_Err RenderFrame() {
@@ -70,35 +69,32 @@ protected:
         EXPECT_EQ(host().unknownHandleCalls(), unknown);
         return err;
     }
-    ScaleRequest Request(uint32_t srcW, uint32_t srcH, uint32_t dstW, uint32_t dstH, bool deep,
-                         uint32_t kernel = KERNEL_TWO_PASS) const {
+    // The model's output for input rows firstRow, firstRow + rowStep, ...
+    // enlarged to the output world's width and outH rows.
+    template <typename Sample>
+    std::vector<Sample> Expected(int32_t firstRow, int32_t rowStep, int32_t outH,
+                                 uint32_t kernel = KERNEL_TWO_PASS) {
+        const PF_LayerDef& in = host().inputWorld().def;
+        const bool deep = sizeof(Sample) == 2;
         ScaleRequest r;
-        r.srcWidth = srcW;
-        r.srcHeight = srcH;
-        r.dstWidth = dstW;
-        r.dstHeight = dstH;
+        r.srcWidth = static_cast<uint32_t>(in.width);
+        r.srcHeight = static_cast<uint32_t>((in.height - firstRow + rowStep - 1) / rowStep);
+        r.dstWidth = static_cast<uint32_t>(host().outputWorld().def.width);
+        r.dstHeight = static_cast<uint32_t>(outH);
         r.options = settings_.options;
         r.depthMode = deep ? DEPTH_16 : DEPTH_8;
         r.kernelVariant = deep ? uint32_t{KERNEL_CELL} : kernel;
         r.sharpness = static_cast<uint32_t>(settings_.sharpness);
         r.refineStrength = static_cast<uint32_t>(settings_.quality);
         r.antiAliasAmount = static_cast<uint32_t>(settings_.antiAliasing);
-        return r;
+        auto expected = ExpectedOutput<Sample>(in, firstRow, rowStep, r, deep ? kWhite16 : 255);
+        EXPECT_FALSE(expected.empty());
+        return expected;
     }
-    // Whole input world against whole output world.
     template <typename Sample>
-    void ExpectOutputMatchesEngine(uint32_t kernel = KERNEL_TWO_PASS) {
-        const PF_LayerDef& in = host().inputWorld().def;
+    void ExpectWholeOutputMatches(uint32_t kernel = KERNEL_TWO_PASS) {
         const PF_LayerDef& out = host().outputWorld().def;
-        const uint32_t white = sizeof(Sample) == 1 ? kWhite8 : kWhite16;
-        const std::vector<Sample> expected = ExpectedOutput(
-            WorldToFrame<Sample>(in, 0, 1, white),
-            Request(static_cast<uint32_t>(in.width), static_cast<uint32_t>(in.height),
-                    static_cast<uint32_t>(out.width), static_cast<uint32_t>(out.height),
-                    sizeof(Sample) == 2, kernel),
-            white);
-        ASSERT_FALSE(expected.empty());
-        EXPECT_EQ(FirstDifference(WorldSamples<Sample>(out), expected), -1);
+        EXPECT_TRUE(WorldSamples<Sample>(out) == Expected<Sample>(0, 1, out.height, kernel));
     }
 
     Settings settings_{};
@@ -117,24 +113,14 @@ class RenderPhoto : public Render, public ::testing::WithParamInterface<PhotoCas
 
 TEST_P(RenderPhoto, OutputIsTheEngineResultOfTheConvertedLayer) {
     const PhotoCase& c = GetParam();
-    Begin(c.identity, c.settings);
-    const Photo photo = LoadPhoto(c.deep ? "pier_320x180_16bit.png" : "cups_320x180.png");
-    ASSERT_GT(photo.width, 0);
-    // Padded rows of different lengths on both sides.
-    host().SetInputLayer(200, 112, c.deep, c.deep ? 24 : 20);
-    host().SetOutputWorld(456, 260, c.deep, c.deep ? 40 : 12);
-    FillWorld(host().inputWorld().def, photo);
-    FillOutput(0x5A);
+    Begin(c.identity, c.settings, c.deep, 200, 112, 456, 260,
+          c.deep ? "pier_320x180_16bit.png" : "cups_320x180.png");
     WriteAt<uint32_t>(Seq(), kSeqKernel, c.kernel);
-    SetSequenceOutput(456, 260);  // what frame setup leaves for modern Premiere Pro
-
     ASSERT_EQ(RenderFrame(), PF_Err_NONE);
     if (c.deep) {
-        ExpectOutputMatchesEngine<uint16_t>();
-        const std::vector<uint16_t> out = WorldSamples<uint16_t>(host().outputWorld().def);
-        EXPECT_LE(*std::max_element(out.begin(), out.end()), kWhite16);
+        ExpectWholeOutputMatches<uint16_t>();
     } else {
-        ExpectOutputMatchesEngine<uint8_t>(c.kernel);
+        ExpectWholeOutputMatches<uint8_t>(c.kernel);
     }
 }
 
@@ -150,126 +136,92 @@ void PrintTo(const PhotoCase& c, std::ostream* os) {
     *os << PhotoCaseName(::testing::TestParamInfo<PhotoCase>(c, 0));
 }
 
-constexpr auto kAE = HostIdentity::AfterEffects;
-INSTANTIATE_TEST_SUITE_P(
-    FilterTypes, RenderPhoto,
-    ::testing::Values(
-        PhotoCase{kAE, false, {1, 2, 8, 0, 2}, KERNEL_TWO_PASS},
-        PhotoCase{kAE, false, {2, 0, 8, 0, 1}, KERNEL_TWO_PASS},
-        PhotoCase{kAE, false, {3, 0, 8, 6, 12}, KERNEL_TWO_PASS},
-        PhotoCase{kAE, false, {4, 3, 10, 4, 15}, KERNEL_TWO_PASS},
-        PhotoCase{kAE, false, {2, 2, 8, 6, 11}, KERNEL_CELL},
-        PhotoCase{kAE, true, {1, 0, 8, 0, 0}, KERNEL_TWO_PASS},
-        PhotoCase{kAE, true, {2, 2, 8, 6, 11}, KERNEL_TWO_PASS},
-        PhotoCase{kAE, true, {3, 2, 8, 0, 6}, KERNEL_TWO_PASS},
-        PhotoCase{kAE, true, {4, 5, 12, 6, 15}, KERNEL_TWO_PASS},
-        PhotoCase{HostIdentity::PremierePro13, false, {4, 2, 8, 6, 15}, KERNEL_TWO_PASS},
-        PhotoCase{HostIdentity::PremierePro13, true, {3, 0, 8, 6, 12}, KERNEL_TWO_PASS},
-        PhotoCase{HostIdentity::PremierePro12, false, {2, 2, 8, 6, 11}, KERNEL_TWO_PASS}),
-    PhotoCaseName);
+constexpr uint32_t kTwo = KERNEL_TWO_PASS;
+INSTANTIATE_TEST_SUITE_P(FilterTypes, RenderPhoto,
+                         ::testing::Values(PhotoCase{kAE, false, {1, 2, 8, 0, 2}, kTwo},
+                                           PhotoCase{kAE, false, {2, 0, 8, 0, 1}, kTwo},
+                                           PhotoCase{kAE, false, {3, 0, 8, 6, 12}, kTwo},
+                                           PhotoCase{kAE, false, {4, 3, 10, 4, 15}, kTwo},
+                                           PhotoCase{kAE, false, {2, 2, 8, 6, 11}, KERNEL_CELL},
+                                           PhotoCase{kAE, true, {1, 0, 8, 0, 0}, kTwo},
+                                           PhotoCase{kAE, true, {2, 2, 8, 6, 11}, kTwo},
+                                           PhotoCase{kAE, true, {3, 2, 8, 0, 6}, kTwo},
+                                           PhotoCase{kAE, true, {4, 5, 12, 6, 15}, kTwo},
+                                           PhotoCase{kPr13, false, {4, 2, 8, 6, 15}, kTwo},
+                                           PhotoCase{kPr13, true, {3, 0, 8, 6, 12}, kTwo},
+                                           PhotoCase{kPr12, false, {2, 2, 8, 6, 11}, kTwo}),
+                         PhotoCaseName);
 
-// ------------------------------------------------------------ 16-bit range
-
+// Hard-edged blocks of black and the host's white, sharpened hard: the
+// output stays within 0..32768 without wrapping, and only because of the
+// plug-in's ceiling, since the engine's own 65535 lets it overshoot.
 TEST_F(Render, SixteenBitSharpeningClampsAtTheHostsWhiteAndAtZero) {
-    Begin(kAE, {4, 25, 8, 0, 7});
-    host().SetInputLayer(64, 48, true, 8);
-    host().SetOutputWorld(160, 120, true, 0);
-    // Hard-edged blocks of black and the host's white.
-    PF_LayerDef& in = host().inputWorld().def;
-    for (int32_t y = 0; y < in.height; ++y) {
-        for (int32_t x = 0; x < in.width; ++x) {
-            const uint16_t v = ((x / 5 + y / 7) % 2) != 0 ? 32768 : 0;
-            const PF_Pixel16 p{32768, v, static_cast<uint16_t>(32768 - v), v};
+    Begin(kAE, {4, 25, 8, 0, 7}, true, 64, 48, 160, 120);
+    for (int32_t y = 0; y < 48; ++y) {
+        for (int32_t x = 0; x < 64; ++x) {
+            const uint16_t v = ((x / 5 + y / 7) % 2) != 0 ? kWhite16 : 0;
+            const PF_Pixel16 p{kWhite16, v, static_cast<uint16_t>(kWhite16 - v), v};
             std::memcpy(host().inputWorld().Row(y) + x * 8, &p, sizeof(p));
         }
     }
     ASSERT_EQ(RenderFrame(), PF_Err_NONE);
     const std::vector<uint16_t> out = WorldSamples<uint16_t>(host().outputWorld().def);
-    EXPECT_LE(*std::max_element(out.begin(), out.end()),
-              kWhite16);  // nothing above, nothing wrapped
+    EXPECT_EQ(*std::max_element(out.begin(), out.end()), kWhite16);
     EXPECT_GT(std::count(out.begin(), out.end(), uint16_t{0}), 0);
-    ExpectOutputMatchesEngine<uint16_t>();
+    ExpectWholeOutputMatches<uint16_t>();
 
-    // The same frame under the engine's own 16-bit ceiling overshoots the
-    // host's white: the plug-in's ceiling is what keeps it in range.
     SetMaxValue16(65535);
-    const std::vector<uint16_t> unclamped = ExpectedOutput(
-        WorldToFrame<uint16_t>(in, 0, 1, kWhite16), Request(64, 48, 160, 120, true), kWhite16);
-    ASSERT_FALSE(unclamped.empty());
+    const std::vector<uint16_t> unclamped = Expected<uint16_t>(0, 1, 120);
     EXPECT_GT(*std::max_element(unclamped.begin(), unclamped.end()), kWhite16);
 }
 
 // ------------------------------------------------------------------ fields
 
-TEST_F(Render, LowerFieldProcessesOddRowsAndRestoresEverySize) {
-    Begin(kAE, {1, 0, 8, 0, 0});
-    const Photo photo = LoadPhoto("cups_1920x1080.png");
-    ASSERT_GT(photo.width, 0);
-    host().SetInputLayer(1920, 1080, false, 16);
-    host().SetOutputWorld(1920, 1080, false, 32);
-    FillWorld(host().inputWorld().def, photo);
-    FillOutput(0x5A);
-    host().inData().field = PF_Field_LOWER;
+struct FieldCase {
+    HostIdentity identity;
+    PF_Field field;
+    int32_t inW, inH, outW, outH;
+    const char* photo;
+};
+
+class RenderField : public Render, public ::testing::WithParamInterface<FieldCase> {};
+
+// The field's rows (every second one from the first or second line) are
+// enlarged on their own; the other rows and every size come back unchanged.
+TEST_P(RenderField, ProcessesOneFieldAndRestoresEverySize) {
+    const FieldCase& c = GetParam();
+    Begin(c.identity, {2, 0, 8, 0, 1}, false, c.inW, c.inH, c.outW, c.outH, c.photo);
+    host().inData().field = c.field;
     const PF_LayerDef inBefore = host().inputWorld().def;
     const PF_LayerDef outBefore = host().outputWorld().def;
-
     ASSERT_EQ(RenderFrame(), PF_Err_NONE);
 
-    const PF_LayerDef& inAfter = host().param(0).u.ld;
-    EXPECT_EQ(inAfter.data, inBefore.data);
-    EXPECT_EQ(inAfter.height, 1080);
-    EXPECT_EQ(inAfter.rowbytes, inBefore.rowbytes);
-    const PF_LayerDef& outAfter = host().outputWorld().def;
-    EXPECT_EQ(outAfter.data, outBefore.data);
-    EXPECT_EQ(outAfter.height, 1080);
-    EXPECT_EQ(outAfter.rowbytes, outBefore.rowbytes);
-
-    const std::vector<uint8_t> expected =
-        ExpectedOutput(WorldToFrame<uint8_t>(inBefore, 1, 2, kWhite8),
-                       Request(1920, 540, 1920, 540, false), kWhite8);
-    ASSERT_FALSE(expected.empty());
-    EXPECT_EQ(FirstDifference(WorldSamples<uint8_t>(outAfter, 1, 2), expected), -1);
-    const std::vector<uint8_t> upper = WorldSamples<uint8_t>(outAfter, 0, 2);
-    EXPECT_EQ(std::count(upper.begin(), upper.end(), uint8_t{0x5A}),
-              static_cast<long>(upper.size()));
+    for (const auto& [before, after] : {std::pair{inBefore, host().param(0).u.ld},
+                                        std::pair{outBefore, host().outputWorld().def}}) {
+        EXPECT_EQ(after.data, before.data);
+        EXPECT_EQ(after.height, before.height);
+        EXPECT_EQ(after.rowbytes, before.rowbytes);
+    }
+    EXPECT_EQ(host().inData().height, c.inH);
+    EXPECT_EQ(ReadAt<int32_t>(Seq(), kSeqOutputHeight), c.outH);
+    const int32_t first = c.field == PF_Field_LOWER ? 1 : 0;
+    EXPECT_TRUE(WorldSamples<uint8_t>(host().outputWorld().def, first, 2) ==
+                Expected<uint8_t>(first, 2, c.outH / 2));
+    EXPECT_TRUE(OutputUntouched(1 - first, 2));
 }
 
-TEST_F(Render, ModernPremiereUpperFieldHalvesAndRestoresItsSizes) {
-    Begin(HostIdentity::PremierePro13, {2, 0, 8, 0, 1});
-    const Photo photo = LoadPhoto("forest_480x270.png");
-    ASSERT_GT(photo.width, 0);
-    host().SetInputLayer(96, 64, false, 8);
-    host().SetOutputWorld(200, 128, false, 4);
-    FillWorld(host().inputWorld().def, photo);
-    FillOutput(0x5A);
-    SetSequenceOutput(200, 128);
-    host().inData().field = PF_Field_UPPER;
-
-    ASSERT_EQ(RenderFrame(), PF_Err_NONE);
-    EXPECT_EQ(host().inData().height, 64);
-    EXPECT_EQ(ReadAt<int32_t>(Seq(), kSeqOutputHeight), 128);
-    EXPECT_EQ(host().outputWorld().def.height, 128);
-
-    const std::vector<uint8_t> expected =
-        ExpectedOutput(WorldToFrame<uint8_t>(host().inputWorld().def, 0, 2, kWhite8),
-                       Request(96, 32, 200, 64, false), kWhite8);
-    ASSERT_FALSE(expected.empty());
-    EXPECT_EQ(FirstDifference(WorldSamples<uint8_t>(host().outputWorld().def, 0, 2), expected), -1);
-    const std::vector<uint8_t> lower = WorldSamples<uint8_t>(host().outputWorld().def, 1, 2);
-    EXPECT_EQ(std::count(lower.begin(), lower.end(), uint8_t{0x5A}),
-              static_cast<long>(lower.size()));
-}
+INSTANTIATE_TEST_SUITE_P(
+    Fields, RenderField,
+    ::testing::Values(FieldCase{kAE, PF_Field_LOWER, 1920, 1080, 1920, 1080, "cups_1920x1080.png"},
+                      FieldCase{kPr13, PF_Field_UPPER, 96, 64, 200, 128, "forest_480x270.png"}),
+    [](const auto& p) {
+        return std::string(p.param.field == PF_Field_LOWER ? "AE_Lower" : "Pr13_Upper");
+    });
 
 // ----------------------------------------------------------------- failures
 
 TEST_F(Render, NarrowLayerFallsBackToTheHostCopy) {
-    Begin(kAE, {2, 2, 8, 6, 11});
-    host().SetInputLayer(2, 8, false, 4);
-    host().SetOutputWorld(6, 12, false, 0);
-    const Photo photo = LoadPhoto("grey_320x180.png");
-    ASSERT_GT(photo.width, 0);
-    FillWorld(host().inputWorld().def, photo);
-    FillOutput(0x5A);
+    Begin(kAE, {2, 2, 8, 6, 11}, false, 2, 8, 6, 12, "grey_320x180.png");
     ASSERT_EQ(RenderFrame(), PF_Err_NONE);
     EXPECT_EQ(host().CallCount(Callback::Copy), 1);
     for (int32_t y = 0; y < 8; ++y) {
@@ -277,11 +229,8 @@ TEST_F(Render, NarrowLayerFallsBackToTheHostCopy) {
     }
 }
 
-TEST_F(Render, MissingOrShortSequenceDataIsOutOfMemory) {
-    Begin(kAE, {2, 2, 8, 6, 11});
-    host().SetInputLayer(32, 24, false, 0);
-    host().SetOutputWorld(64, 48, false, 0);
-    FillOutput(0x5A);
+TEST_F(Render, MissingShortOrUnusableInputsAreRefusedUntouched) {
+    Begin(kAE, {2, 2, 8, 6, 11}, false, 32, 24, 64, 48);
     const PF_Handle sequence = Seq();
     host().inData().sequence_data = nullptr;
     EXPECT_EQ(RenderFrame(), PF_Err_OUT_OF_MEMORY);
@@ -289,60 +238,56 @@ TEST_F(Render, MissingOrShortSequenceDataIsOutOfMemory) {
     EXPECT_EQ(RenderFrame(), PF_Err_OUT_OF_MEMORY);
     host().DisposeHandle(host().inData().sequence_data);
     host().inData().sequence_data = sequence;
-    const std::vector<uint8_t> out = WorldSamples<uint8_t>(host().outputWorld().def);
-    EXPECT_EQ(std::count(out.begin(), out.end(), uint8_t{0x5A}), static_cast<long>(out.size()));
+    EXPECT_TRUE(OutputUntouched());
+
+    PF_LayerDef& out = host().outputWorld().def;
+    out.rowbytes = 64 * 4 - 4;  // shorter than a row
+    EXPECT_EQ(RenderFrame(), PF_Err_BAD_CALLBACK_PARAM);
+    out.rowbytes = 64 * 4;
+    out.data = nullptr;
+    EXPECT_EQ(RenderFrame(), PF_Err_BAD_CALLBACK_PARAM);
+    EXPECT_EQ(
+        host().SendRaw(PF_Cmd_RENDER, &host().inData(), &host().outData(), nullptr, &out, nullptr),
+        PF_Err_BAD_CALLBACK_PARAM);
 }
 
-// Fails host_new_handle from every allocation of a render on: creation's
-// own allocations fall back to the host copy, the two working frames give
+// Fails host_new_handle from every allocation of a render on: creation's own
+// allocations fall back to the host copy, the two working frames give
 // out-of-memory with the output untouched, later ones a failed pipeline.
 TEST_F(Render, EveryFailedHandleAllocationIsReportedAndCleanedUp) {
-    Begin(kAE, {4, 2, 8, 6, 15});
-    host().SetInputLayer(48, 32, false, 8);
-    host().SetOutputWorld(100, 72, false, 0);
-    FillWorld(host().inputWorld().def, LoadPhoto("forest_480x270.png"));
-    FillOutput(0x5A);
+    Begin(kAE, {4, 2, 8, 6, 15}, false, 48, 32, 100, 72);
     const int before = host().CallCount(Callback::NewHandle);
     ASSERT_EQ(RenderFrame(), PF_Err_NONE);
     const int allocations = host().CallCount(Callback::NewHandle) - before;
     ASSERT_GE(allocations, 3);
 
-    std::vector<PF_Err> results;
+    std::string results;  // N none, M out of memory, D damaged
     for (int succeed = 0; succeed < allocations; ++succeed) {
-        FillOutput(0x5A);
+        FillOutput();
         host().FailCallback(Callback::NewHandle, succeed);
         const PF_Err err = RenderFrame();
         host().ClearFaults();
-        results.push_back(err);
-        const std::vector<uint8_t> out = WorldSamples<uint8_t>(host().outputWorld().def);
-        const long untouched = std::count(out.begin(), out.end(), uint8_t{0x5A});
-        if (err == PF_Err_OUT_OF_MEMORY || err == PF_Err_INTERNAL_STRUCT_DAMAGED) {
-            EXPECT_EQ(untouched, static_cast<long>(out.size())) << succeed;
-        } else {
-            ASSERT_EQ(err, PF_Err_NONE) << succeed;
+        results += err == PF_Err_NONE ? 'N' : err == PF_Err_OUT_OF_MEMORY ? 'M' : 'D';
+        if (err == PF_Err_NONE) {
             EXPECT_EQ(std::memcmp(host().outputWorld().Row(0), host().inputWorld().Row(0), 48 * 4),
-                      0)
-                << succeed;
+                      0);
+        } else {
+            EXPECT_EQ(
+                err, results.back() == 'M' ? PF_Err_OUT_OF_MEMORY : PF_Err_INTERNAL_STRUCT_DAMAGED);
+            EXPECT_TRUE(OutputUntouched()) << succeed;
         }
     }
-    // Creation refuses first, then exactly the two frames run out of memory.
-    const auto firstOom = std::find(results.begin(), results.end(), PF_Err_OUT_OF_MEMORY);
-    ASSERT_NE(firstOom, results.end());
-    EXPECT_GT(firstOom - results.begin(), 0);
-    EXPECT_TRUE(std::all_of(results.begin(), firstOom, [](PF_Err e) { return e == PF_Err_NONE; }));
-    EXPECT_EQ(std::count(results.begin(), results.end(), PF_Err_OUT_OF_MEMORY), 2);
-    ASSERT_LT(firstOom + 1, results.end());
-    EXPECT_EQ(*(firstOom + 1), PF_Err_OUT_OF_MEMORY);
-    EXPECT_TRUE(std::all_of(firstOom + 2, results.end(),
-                            [](PF_Err e) { return e == PF_Err_INTERNAL_STRUCT_DAMAGED; }));
+    const std::size_t firstOom = results.find('M');
+    ASSERT_NE(firstOom, std::string::npos) << results;
+    ASSERT_GT(firstOom, 0u) << results;
+    EXPECT_EQ(results,
+              std::string(firstOom, 'N') + "MM" + std::string(results.size() - firstOom - 2, 'D'));
 }
 
 TEST_F(Render, ThrowingHostCopyIsInternalDamageWithFieldsRestored) {
-    Begin(kAE, {1, 0, 8, 0, 0});
+    Begin(kAE, {1, 0, 8, 0, 0}, false, 3, 16, 8, 16);
     host().SetInputLayer(3, 16, false, 0);
-    host().SetOutputWorld(8, 16, false, 0);
     host().inData().field = PF_Field_LOWER;
-    SetSequenceOutput(8, 16);
     const PF_LayerDef outBefore = host().outputWorld().def;
     host().ThrowFrom(Callback::Copy);
     EXPECT_EQ(RenderFrame(), PF_Err_INTERNAL_STRUCT_DAMAGED);
@@ -351,21 +296,6 @@ TEST_F(Render, ThrowingHostCopyIsInternalDamageWithFieldsRestored) {
     EXPECT_EQ(host().outputWorld().def.data, outBefore.data);
     EXPECT_EQ(host().outputWorld().def.rowbytes, outBefore.rowbytes);
     EXPECT_EQ(ReadAt<int32_t>(Seq(), kSeqOutputHeight), 16);
-}
-
-TEST_F(Render, UnusableWorldsAreRejected) {
-    Begin(kAE, {2, 2, 8, 6, 11});
-    host().SetInputLayer(32, 24, false, 0);
-    host().SetOutputWorld(64, 48, false, 0);
-    PF_LayerDef& out = host().outputWorld().def;
-    out.rowbytes = 64 * 4 - 4;  // shorter than a row
-    EXPECT_EQ(RenderFrame(), PF_Err_BAD_CALLBACK_PARAM);
-    out.rowbytes = 64 * 4;
-    out.data = nullptr;
-    EXPECT_EQ(RenderFrame(), PF_Err_BAD_CALLBACK_PARAM);
-    EXPECT_EQ(host().SendRaw(PF_Cmd_RENDER, &host().inData(), &host().outData(), nullptr,
-                             &host().outputWorld().def, nullptr),
-              PF_Err_BAD_CALLBACK_PARAM);
 }
 
 }  // namespace

@@ -21,6 +21,30 @@ inline uint16_t HostAlphaFromTransparency(uint16_t t) {
     return static_cast<uint16_t>(t >= kHostMax16 ? 0 : kHostMax16 - t);
 }
 
+// RGBA <-> BGR + transparency at 8 bits: the swap and the inversion are
+// their own inverses, so one loop serves both directions.
+void SwapRedBlueInvertAlpha8(const uint8_t* s, uint8_t* d, size_t n) {
+    for (size_t i = 0; i < n; ++i, s += 4, d += 4) {
+        d[0] = s[2];
+        d[1] = s[1];
+        d[2] = s[0];
+        d[3] = static_cast<uint8_t>(kMax8 - s[3]);
+    }
+}
+
+// The 16-bit counterpart: colour through mapColour, the fourth channel
+// through mapFourth, red and blue swapped.
+template <typename MapColour, typename MapFourth>
+void SwapRedBlue16(const uint16_t* s, uint16_t* d, size_t n, MapColour mapColour,
+                   MapFourth mapFourth) {
+    for (size_t i = 0; i < n; ++i, s += 4, d += 4) {
+        d[0] = mapColour(s[2]);
+        d[1] = mapColour(s[1]);
+        d[2] = mapColour(s[0]);
+        d[3] = mapFourth(s[3]);
+    }
+}
+
 }  // namespace
 
 void RgbaImage::Allocate(uint32_t w, uint32_t h, int depth) {
@@ -48,48 +72,26 @@ void ToWorkingFrame(const RgbaImage& image, WorkingFrame& frame) {
     frame.Allocate(image.width, image.height, image.bits);
     const size_t n = image.PixelCount();
     if (image.bits == 8) {
-        const uint8_t* s = image.pixels8.data();
-        uint8_t* d = frame.bytes.data();
-        for (size_t i = 0; i < n; ++i, s += 4, d += 4) {
-            d[0] = s[2];
-            d[1] = s[1];
-            d[2] = s[0];
-            d[3] = static_cast<uint8_t>(kMax8 - s[3]);
-        }
+        SwapRedBlueInvertAlpha8(image.pixels8.data(), frame.bytes.data(), n);
         return;
     }
-    const uint16_t* s = image.pixels16.data();
-    auto* d = reinterpret_cast<uint16_t*>(frame.bytes.data());
-    for (size_t i = 0; i < n; ++i, s += 4, d += 4) {
-        d[0] = FileToHost16(s[2]);
-        d[1] = FileToHost16(s[1]);
-        d[2] = FileToHost16(s[0]);
-        d[3] = static_cast<uint16_t>(kHostMax16 - FileToHost16(s[3]));
-    }
+    SwapRedBlue16(
+        image.pixels16.data(), reinterpret_cast<uint16_t*>(frame.bytes.data()), n,
+        [](uint16_t v) { return FileToHost16(v); },
+        [](uint16_t a) { return static_cast<uint16_t>(kHostMax16 - FileToHost16(a)); });
 }
 
 void FromWorkingFrame(const WorkingFrame& frame, RgbaImage& image) {
     image.Allocate(frame.width, frame.height, frame.bits);
     const size_t n = frame.PixelCount();
     if (frame.bits == 8) {
-        const uint8_t* s = frame.bytes.data();
-        uint8_t* d = image.pixels8.data();
-        for (size_t i = 0; i < n; ++i, s += 4, d += 4) {
-            d[0] = s[2];
-            d[1] = s[1];
-            d[2] = s[0];
-            d[3] = static_cast<uint8_t>(kMax8 - s[3]);
-        }
+        SwapRedBlueInvertAlpha8(frame.bytes.data(), image.pixels8.data(), n);
         return;
     }
-    const auto* s = reinterpret_cast<const uint16_t*>(frame.bytes.data());
-    uint16_t* d = image.pixels16.data();
-    for (size_t i = 0; i < n; ++i, s += 4, d += 4) {
-        d[0] = HostToFile16(s[2]);
-        d[1] = HostToFile16(s[1]);
-        d[2] = HostToFile16(s[0]);
-        d[3] = HostToFile16(HostAlphaFromTransparency(s[3]));
-    }
+    SwapRedBlue16(
+        reinterpret_cast<const uint16_t*>(frame.bytes.data()), image.pixels16.data(), n,
+        [](uint16_t v) { return HostToFile16(v); },
+        [](uint16_t t) { return HostToFile16(HostAlphaFromTransparency(t)); });
 }
 
 void BgraToWorking(const uint8_t* bgra, size_t pixelCount, uint8_t* working) {

@@ -11,6 +11,21 @@
 
 namespace quillon {
 
+ScaleSettings PlanScale(const SizeRequest& size, uint32_t srcWidth, uint32_t srcHeight, int bits,
+                        KernelChoice kernel, const EffectControls& controls, ResolvedSize& target) {
+    target = ResolveTargetSize(size, srcWidth, srcHeight);
+    CheckScaleSizes(srcWidth, srcHeight, target.width, target.height, bits);
+    ScaleSettings s;
+    s.srcWidth = srcWidth;
+    s.srcHeight = srcHeight;
+    s.dstWidth = target.width;
+    s.dstHeight = target.height;
+    s.bits = bits;
+    s.kernel = kernel;
+    s.controls = controls;
+    return s;
+}
+
 void InitialiseEngine() {
     static bool done = false;
     if (done) {

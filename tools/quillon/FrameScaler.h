@@ -12,6 +12,7 @@
 
 #include "EffectControls.h"
 #include "FrameConversion.h"
+#include "TargetSize.h"
 #include "engine/ScaleEngine.hpp"
 
 namespace quillon {
@@ -29,6 +30,11 @@ struct ScaleSettings {
     KernelChoice kernel = KernelChoice::TwoPass;
     EffectControls controls;
 };
+
+// Resolves the target size for a source, checks both sizes against the
+// engine's limits (throws QuillonError) and gives the settings of the run.
+ScaleSettings PlanScale(const SizeRequest& size, uint32_t srcWidth, uint32_t srcHeight, int bits,
+                        KernelChoice kernel, const EffectControls& controls, ResolvedSize& target);
 
 // Sets the process-wide engine state once: allocation hooks that end the
 // process cleanly (exit code OutOfMemory, temporaries removed) instead of

@@ -15,10 +15,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-double Since(Clock::time_point start) {
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
 // Reads up to size bytes, retrying short reads; returns the count read.
 size_t ReadFully(std::FILE* in, uint8_t* data, size_t size) {
     size_t done = 0;
@@ -43,7 +39,7 @@ uint64_t RawFrameBytes(uint32_t width, uint32_t height, int bits) {
 }
 
 int64_t RunRawPipe(std::FILE* in, std::FILE* out, FrameScaler& scaler,
-                   const std::function<void(int64_t)>& progress, PipeTimings& timings) {
+                   const std::function<void(int64_t)>& progress, StageTimes& timings) {
     const ScaleSettings& s = scaler.settings();
     const size_t inBytes = static_cast<size_t>(RawFrameBytes(s.srcWidth, s.srcHeight, s.bits));
     const size_t outBytes = static_cast<size_t>(RawFrameBytes(s.dstWidth, s.dstHeight, s.bits));
@@ -59,7 +55,7 @@ int64_t RunRawPipe(std::FILE* in, std::FILE* out, FrameScaler& scaler,
         ThrowIfInterrupted();
         auto t0 = Clock::now();
         const size_t got = ReadFully(in, raw.data(), inBytes);
-        timings.read += Since(t0);
+        timings.read += SecondsSince(t0);
         if (got == 0) {
             if (std::ferror(in)) {
                 ThrowIfInterrupted();
@@ -83,11 +79,11 @@ int64_t RunRawPipe(std::FILE* in, std::FILE* out, FrameScaler& scaler,
         } else {
             BgraToWorking(raw.data(), inPixels, working.data());
         }
-        timings.convertIn += Since(t0);
+        timings.convertIn += SecondsSince(t0);
 
         t0 = Clock::now();
         scaler.Process(working.data(), enlarged.data());
-        timings.engine += Since(t0);
+        timings.engine += SecondsSince(t0);
 
         t0 = Clock::now();
         if (s.bits == 16) {
@@ -96,7 +92,7 @@ int64_t RunRawPipe(std::FILE* in, std::FILE* out, FrameScaler& scaler,
         } else {
             WorkingToBgra(enlarged.data(), outPixels, packed.data());
         }
-        timings.convertOut += Since(t0);
+        timings.convertOut += SecondsSince(t0);
 
         t0 = Clock::now();
         if (std::fwrite(packed.data(), 1, outBytes, out) != outBytes || std::fflush(out) != 0) {
@@ -104,7 +100,7 @@ int64_t RunRawPipe(std::FILE* in, std::FILE* out, FrameScaler& scaler,
                 ExitCode::OutputFailed,
                 std::string("cannot write standard output: ") + std::strerror(errno));
         }
-        timings.write += Since(t0);
+        timings.write += SecondsSince(t0);
         ++frames;
         if (progress) {
             progress(frames);

@@ -10,16 +10,9 @@
 #include <functional>
 
 #include "FrameScaler.h"
+#include "RunSummary.h"
 
 namespace quillon {
-
-struct PipeTimings {
-    double read = 0;
-    double convertIn = 0;
-    double engine = 0;
-    double convertOut = 0;
-    double write = 0;
-};
 
 // Bytes of one frame: 4 a pixel at 8 bits, 8 at 16 bits.
 uint64_t RawFrameBytes(uint32_t width, uint32_t height, int bits);
@@ -30,7 +23,7 @@ uint64_t RawFrameBytes(uint32_t width, uint32_t height, int bits);
 // complete frames before it are written), InputMissing when in cannot be
 // read, OutputFailed when out cannot be written.
 int64_t RunRawPipe(std::FILE* in, std::FILE* out, FrameScaler& scaler,
-                   const std::function<void(int64_t)>& progress, PipeTimings& timings);
+                   const std::function<void(int64_t)>& progress, StageTimes& timings);
 
 }  // namespace quillon
 

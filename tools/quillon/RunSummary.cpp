@@ -3,7 +3,39 @@
 #include <cmath>
 #include <cstdio>
 
+#include "Options.h"
+
 namespace quillon {
+
+double SecondsSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+std::vector<std::pair<std::string, double>> NamedStages(const StageTimes& times,
+                                                        const char* readName,
+                                                        const char* writeName) {
+    return {{readName, times.read},
+            {"convert_in", times.convertIn},
+            {"engine", times.engine},
+            {"convert_out", times.convertOut},
+            {writeName, times.write}};
+}
+
+void DescribeScale(RunSummary& summary, const FrameScaler& scaler, const std::string& sizeRule) {
+    const ScaleSettings& s = scaler.settings();
+    summary.sourceWidth = s.srcWidth;
+    summary.sourceHeight = s.srcHeight;
+    summary.targetWidth = s.dstWidth;
+    summary.targetHeight = s.dstHeight;
+    summary.bits = s.bits;
+    summary.sizeRule = sizeRule;
+    summary.filter = FilterTypeName(s.controls.filter);
+    summary.sharpness = s.controls.sharpness;
+    summary.quality = s.controls.quality;
+    summary.antiAliasing = s.controls.antiAliasing;
+    summary.engineOptions = scaler.engineOptions();
+    summary.kernel = s.bits == 16 ? "cell" : KernelChoiceName(s.kernel);
+}
 
 namespace {
 

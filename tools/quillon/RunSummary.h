@@ -4,12 +4,27 @@
 #ifndef QUILLON_TOOLS_QUILLON_RUNSUMMARY_H
 #define QUILLON_TOOLS_QUILLON_RUNSUMMARY_H
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "FrameScaler.h"
+
 namespace quillon {
+
+// Seconds since start on the steady clock.
+double SecondsSince(std::chrono::steady_clock::time_point start);
+
+// Per-stage times of the frame path.
+struct StageTimes {
+    double read = 0;
+    double convertIn = 0;
+    double engine = 0;
+    double convertOut = 0;
+    double write = 0;
+};
 
 struct RunSummary {
     std::string command;  // "upscale" or "pipe"
@@ -35,6 +50,15 @@ struct RunSummary {
     // convert_out, write/encode.
     std::vector<std::pair<std::string, double>> stageSeconds;
 };
+
+// The stages in the order they run, the first and last under the names
+// given (read/write for files and pipes, decode/encode for video).
+std::vector<std::pair<std::string, double>> NamedStages(const StageTimes& times,
+                                                        const char* readName = "read",
+                                                        const char* writeName = "write");
+
+// Fills the sizes, depth, controls, engine options and kernel of a run.
+void DescribeScale(RunSummary& summary, const FrameScaler& scaler, const std::string& sizeRule);
 
 // One JSON object on one line.
 std::string ToJson(const RunSummary& summary);

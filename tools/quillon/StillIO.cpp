@@ -31,13 +31,6 @@ std::string OneLine(std::string text) {
     return text;
 }
 
-std::string LowerExtension(const fs::path& path) {
-    std::string ext = path.extension().string();
-    std::transform(ext.begin(), ext.end(), ext.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return ext;
-}
-
 void CheckReadable(const fs::path& path) {
     std::error_code ec;
     if (!fs::exists(path, ec)) {
@@ -115,6 +108,13 @@ private:
 };
 
 }  // namespace
+
+std::string LowerExtension(const fs::path& path) {
+    std::string ext = path.extension().string();
+    std::transform(ext.begin(), ext.end(), ext.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return ext;
+}
 
 StillImage ReadStill(const fs::path& path) {
     CheckReadable(path);

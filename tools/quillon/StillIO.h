@@ -10,6 +10,9 @@
 
 namespace quillon {
 
+// The extension of path with its dot, in lower case ("" when there is none).
+std::string LowerExtension(const std::filesystem::path& path);
+
 struct StillImage {
     RgbaImage image;         // 8 bits for 8-bit files, 16 bits for everything deeper
     bool hasAlpha = false;   // the file had an alpha channel

@@ -24,30 +24,14 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-double Since(Clock::time_point start) {
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
 // Extensions read and written as stills through OpenImageIO. Everything else
 // is a video container for FFmpeg.
 bool IsStillExtension(const fs::path& path) {
     static const std::set<std::string> kStill = {
         ".png", ".tif", ".tiff", ".dpx", ".exr", ".jpg", ".jpeg", ".jpe",  ".bmp", ".tga",
         ".ppm", ".pgm", ".pnm",  ".sgi", ".rgb", ".cin", ".hdr",  ".webp", ".jp2", ".j2k"};
-    std::string ext = path.extension().string();
-    std::transform(ext.begin(), ext.end(), ext.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return kStill.count(ext) != 0;
+    return kStill.count(LowerExtension(path)) != 0;
 }
-
-// Per-stage times of the frame path.
-struct StageTimes {
-    double read = 0;
-    double convertIn = 0;
-    double engine = 0;
-    double convertOut = 0;
-    double write = 0;
-};
 
 // Converts, enlarges and converts back one RGBA image.
 void EnlargeImage(FrameScaler& scaler, const RgbaImage& source, RgbaImage& result, WorkingFrame& in,
@@ -55,48 +39,26 @@ void EnlargeImage(FrameScaler& scaler, const RgbaImage& source, RgbaImage& resul
     ThrowIfInterrupted();
     auto t0 = Clock::now();
     ToWorkingFrame(source, in);
-    times.convertIn += Since(t0);
+    times.convertIn += SecondsSince(t0);
     t0 = Clock::now();
     scaler.Process(in, out);
-    times.engine += Since(t0);
+    times.engine += SecondsSince(t0);
     t0 = Clock::now();
     FromWorkingFrame(out, result);
-    times.convertOut += Since(t0);
+    times.convertOut += SecondsSince(t0);
 }
 
 ScaleSettings SettingsFor(const UpscaleOptions& o, uint32_t sw, uint32_t sh, int bits,
                           ResolvedSize& target) {
-    target = ResolveTargetSize(o.size, sw, sh);
-    CheckScaleSizes(sw, sh, target.width, target.height, bits);
-    ScaleSettings s;
-    s.srcWidth = sw;
-    s.srcHeight = sh;
-    s.dstWidth = target.width;
-    s.dstHeight = target.height;
-    s.bits = bits;
-    s.kernel = KernelChoice::TwoPass;
-    s.controls = o.controls;
-    return s;
+    return PlanScale(o.size, sw, sh, bits, KernelChoice::TwoPass, o.controls, target);
 }
 
 void FillSummary(RunSummary& summary, const UpscaleOptions& o, const FrameScaler& scaler,
                  const ResolvedSize& target) {
-    const ScaleSettings& s = scaler.settings();
     summary.command = "upscale";
     summary.input = o.input;
     summary.output = o.output;
-    summary.sourceWidth = s.srcWidth;
-    summary.sourceHeight = s.srcHeight;
-    summary.targetWidth = s.dstWidth;
-    summary.targetHeight = s.dstHeight;
-    summary.bits = s.bits;
-    summary.sizeRule = target.how;
-    summary.filter = FilterTypeName(s.controls.filter);
-    summary.sharpness = s.controls.sharpness;
-    summary.quality = s.controls.quality;
-    summary.antiAliasing = s.controls.antiAliasing;
-    summary.engineOptions = scaler.engineOptions();
-    summary.kernel = s.bits == 16 ? "cell" : KernelChoiceName(s.kernel);
+    DescribeScale(summary, scaler, target.how);
 }
 
 void Report(const UpscaleOptions& o, const RunSummary& summary) {
@@ -137,7 +99,7 @@ void RunStill(const UpscaleOptions& o) {
     }
     auto t0 = Clock::now();
     const StillImage still = ReadStill(o.input);
-    times.read += Since(t0);
+    times.read += SecondsSince(t0);
     CheckDestination(o.input, o.output, o.force);
     ResolvedSize target;
     FrameScaler scaler(
@@ -153,7 +115,7 @@ void RunStill(const UpscaleOptions& o) {
     SafeOutput output(o.output);
     WriteStill(output.temporary(), result, still.hasAlpha, o.output);
     output.Commit();
-    times.write += Since(t0);
+    times.write += SecondsSince(t0);
     progress.Update(1);
     progress.Finish();
     if (!o.compare.empty()) {
@@ -164,12 +126,8 @@ void RunStill(const UpscaleOptions& o) {
     FillSummary(summary, o, scaler, target);
     summary.kind = "still";
     summary.frames = 1;
-    summary.totalSeconds = Since(start);
-    summary.stageSeconds = {{"read", times.read},
-                            {"convert_in", times.convertIn},
-                            {"engine", times.engine},
-                            {"convert_out", times.convertOut},
-                            {"write", times.write}};
+    summary.totalSeconds = SecondsSince(start);
+    summary.stageSeconds = NamedStages(times);
     Report(o, summary);
 }
 
@@ -224,7 +182,7 @@ void RunSequence(const UpscaleOptions& o) {
         const std::string inName = inPattern->Format(f);
         auto t0 = Clock::now();
         const StillImage still = ReadStill(inName);
-        times.read += Since(t0);
+        times.read += SecondsSince(t0);
         if (!scaler) {
             scaler.emplace(
                 SettingsFor(o, still.image.width, still.image.height, still.image.bits, target));
@@ -240,7 +198,7 @@ void RunSequence(const UpscaleOptions& o) {
         SafeOutput output(outPattern->Format(f));
         WriteStill(output.temporary(), result, still.hasAlpha, output.destination());
         output.Commit();
-        times.write += Since(t0);
+        times.write += SecondsSince(t0);
         progress.Update(++done);
     }
     progress.Finish();
@@ -249,12 +207,8 @@ void RunSequence(const UpscaleOptions& o) {
     FillSummary(summary, o, *scaler, target);
     summary.kind = "sequence";
     summary.frames = done;
-    summary.totalSeconds = Since(start);
-    summary.stageSeconds = {{"read", times.read},
-                            {"convert_in", times.convertIn},
-                            {"engine", times.engine},
-                            {"convert_out", times.convertOut},
-                            {"write", times.write}};
+    summary.totalSeconds = SecondsSince(start);
+    summary.stageSeconds = NamedStages(times);
     Report(o, summary);
 }
 
@@ -292,12 +246,10 @@ void RunVideo(const UpscaleOptions& o) {
     summary.kind = "video";
     summary.frames = frames;
     summary.codec = o.video.codec.empty() ? DefaultVideoCodec(o.output, info.bits) : o.video.codec;
-    summary.totalSeconds = Since(start);
-    summary.stageSeconds = {{"decode", videoTimes.decode},
-                            {"convert_in", times.convertIn},
-                            {"engine", times.engine},
-                            {"convert_out", times.convertOut},
-                            {"encode", videoTimes.encode}};
+    summary.totalSeconds = SecondsSince(start);
+    times.read = videoTimes.decode;
+    times.write = videoTimes.encode;
+    summary.stageSeconds = NamedStages(times, "decode", "encode");
     Report(o, summary);
 }
 

@@ -19,6 +19,8 @@ extern "C" {
 #include <system_error>
 
 #include "Errors.h"
+#include "RunSummary.h"
+#include "StillIO.h"
 
 namespace fs = std::filesystem;
 
@@ -28,21 +30,10 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-double Since(Clock::time_point start) {
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
 std::string AvError(int code) {
     char text[AV_ERROR_MAX_STRING_SIZE] = {};
     av_strerror(code, text, sizeof text);
     return text;
-}
-
-std::string LowerExtension(const fs::path& path) {
-    std::string ext = path.extension().string();
-    std::transform(ext.begin(), ext.end(), ext.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return ext;
 }
 
 struct InputDeleter {
@@ -561,7 +552,7 @@ int64_t TranscodeVideo(const fs::path& input, const fs::path& output, uint32_t d
         int dstStride[4] = {srcW * (d.bits == 16 ? 8 : 4), 0, 0, 0};
         sws_scale(toRgba.get(), frame->data, frame->linesize, 0, srcH, dstData, dstStride);
         int64_t pts = frame->best_effort_timestamp;
-        timings.decode += Since(t0);
+        timings.decode += SecondsSince(t0);
 
         process(source, result);
 
@@ -592,7 +583,7 @@ int64_t TranscodeVideo(const fs::path& input, const fs::path& output, uint32_t d
             throw QuillonError(ExitCode::OutputFailed, "encoding failed: " + AvError(s));
         }
         drainEncoder();
-        timings.encode += Since(t0);
+        timings.encode += SecondsSince(t0);
         ++framesWritten;
         if (progress) {
             progress(framesWritten);
@@ -603,7 +594,7 @@ int64_t TranscodeVideo(const fs::path& input, const fs::path& output, uint32_t d
         for (;;) {
             const auto t0 = Clock::now();
             const int r = avcodec_receive_frame(d.codec.get(), decoded.get());
-            timings.decode += Since(t0);
+            timings.decode += SecondsSince(t0);
             if (r == AVERROR(EAGAIN) || r == AVERROR_EOF) {
                 return;
             }
@@ -619,7 +610,7 @@ int64_t TranscodeVideo(const fs::path& input, const fs::path& output, uint32_t d
     for (;;) {
         auto t0 = Clock::now();
         rc = av_read_frame(in, packet.get());
-        timings.decode += Since(t0);
+        timings.decode += SecondsSince(t0);
         if (rc == AVERROR_EOF) {
             break;
         }
@@ -630,7 +621,7 @@ int64_t TranscodeVideo(const fs::path& input, const fs::path& output, uint32_t d
         if (packet->stream_index == d.videoIndex) {
             t0 = Clock::now();
             rc = avcodec_send_packet(d.codec.get(), packet.get());
-            timings.decode += Since(t0);
+            timings.decode += SecondsSince(t0);
             av_packet_unref(packet.get());
             if (rc < 0 && rc != AVERROR(EAGAIN)) {
                 throw QuillonError(ExitCode::CorruptInput,
@@ -644,7 +635,7 @@ int64_t TranscodeVideo(const fs::path& input, const fs::path& output, uint32_t d
             packet->stream_index = it->second->index;
             packet->pos = -1;
             const int w = av_interleaved_write_frame(out.get(), packet.get());
-            timings.encode += Since(t0);
+            timings.encode += SecondsSince(t0);
             if (w < 0) {
                 throw QuillonError(ExitCode::OutputFailed,
                                    "cannot write '" + outName + "': " + AvError(w));
@@ -674,7 +665,7 @@ int64_t TranscodeVideo(const fs::path& input, const fs::path& output, uint32_t d
                                "cannot close '" + outName + "': " + AvError(rc));
         }
     }
-    timings.encode += Since(t0);
+    timings.encode += SecondsSince(t0);
     if (framesWritten == 0) {
         throw QuillonError(ExitCode::CorruptInput,
                            "'" + input.string() + "' has no decodable frame");
