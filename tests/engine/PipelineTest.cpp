@@ -2,6 +2,7 @@
 // side by side.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -13,16 +14,6 @@ namespace {
 using quillon::support::Context;
 using quillon::support::RandomFrame;
 using quillon::support::Request;
-
-TEST(Pipeline, NullArgumentsAreRejectedAndNothingIsTouched) {
-    const Context c({8, 8, 16, 16});
-    ASSERT_TRUE(c.ok());
-    std::vector<uint8_t> src(8 * 8 * 4, 9), out(16 * 16 * 4, 77);
-    EXPECT_EQ(ProcessFrame(nullptr, out.data(), c.get()), -1);
-    EXPECT_EQ(ProcessFrame(src.data(), nullptr, c.get()), -1);
-    EXPECT_EQ(ProcessFrame(src.data(), out.data(), nullptr), -1);
-    EXPECT_EQ(out, std::vector<uint8_t>(16 * 16 * 4, 77));
-}
 
 // A 1:1 "enlargement" reproduces the source (every weight is the identity),
 // which makes the placement inside the canvas directly visible.
@@ -36,15 +27,12 @@ void ExpectCentred(uint32_t depth, uint32_t w, uint32_t h, uint32_t outW, uint32
     EXPECT_EQ(ProcessFrame(src.data(), out.data(), c), 0);
     DestroyScaleContext(c);
     const uint32_t x0 = (outW - w) / 2, y0 = (outH - h) / 2;
-    for (uint32_t y = 0; y < outH; ++y) {
-        for (uint32_t x = 0; x < outW; ++x) {
-            const bool inside = x >= x0 && x < x0 + w && y >= y0 && y < y0 + h;
-            for (std::size_t ch = 0; ch < 4; ++ch) {
-                const T want = inside ? src[(std::size_t{y - y0} * w + (x - x0)) * 4 + ch] : T{0};
-                ASSERT_EQ(out[(std::size_t{y} * outW + x) * 4 + ch], want) << x << "," << y;
-            }
-        }
+    std::vector<T> want(out.size(), 0);
+    for (uint32_t y = 0; y < h; ++y) {
+        std::copy_n(&src[std::size_t{y} * w * 4], w * 4,
+                    &want[(std::size_t{y + y0} * outW + x0) * 4]);
     }
+    EXPECT_EQ(out, want);
 }
 
 TEST(Pipeline, CentringCopyPlacesTheImageAndBlacksTheRest) {
@@ -54,7 +42,7 @@ TEST(Pipeline, CentringCopyPlacesTheImageAndBlacksTheRest) {
     ExpectCentred<uint16_t>(DEPTH_16, 5, 4, 9, 7);
 }
 
-TEST(Pipeline, ContextsWithDifferentSettingsRunSideBySide) {
+TEST(Pipeline, ContextsRunSideBySideAndNullArgumentsAreRejected) {
     const Request cubicCell{23, 17, 61, 40};
     const Request lanczosTwoPass{23, 17, 61, 40, OPT_LANCZOS, DEPTH_8, KERNEL_TWO_PASS};
     const auto src = RandomFrame<uint8_t>(23, 17, 255, 5);
@@ -70,27 +58,23 @@ TEST(Pipeline, ContextsWithDifferentSettingsRunSideBySide) {
     ASSERT_EQ(ProcessFrame(src.data(), out.data(), b.get()), 0);
     EXPECT_EQ(out, aloneB);
     ASSERT_EQ(ProcessFrame(src.data(), out.data(), a.get()), 0);
+    // Null arguments are rejected and leave the output alone.
+    EXPECT_EQ(ProcessFrame(nullptr, out.data(), a.get()), -1);
+    EXPECT_EQ(ProcessFrame(src.data(), nullptr, a.get()), -1);
+    EXPECT_EQ(ProcessFrame(src.data(), out.data(), nullptr), -1);
     EXPECT_EQ(out, aloneA);
 }
 
-TEST(Pipeline, KernelNoneKeepsTheOutputAnOwnedCanvasIsBlackUnknownDepthRunsNothing) {
-    const auto src = RandomFrame<uint8_t>(8, 8 * 2, 255, 3);  // room for 16-bit samples
-    const struct {
-        uint32_t outW, depth, variant, options;
-        uint8_t expected;
-    } cases[] = {{16, DEPTH_8, KERNEL_NONE, 0, 200},
-                 {18, DEPTH_8, KERNEL_NONE, 0, 0},
-                 {16, 5, KERNEL_CELL, 15, 200}};
-    for (const auto& k : cases) {
+TEST(Pipeline, KernelNoneLeavesTheOutputAndAnOwnedCanvasBlack) {
+    const auto src = RandomFrame<uint8_t>(8, 8, 255, 3);
+    for (uint32_t outW : {16u, 18u}) {
         ScaleContext* c = nullptr;
-        ASSERT_EQ(CreateScaleContext(8, 8, 16, 16, k.outW, 16, k.options, k.depth, k.variant, 3, 3,
-                                     3, &c),
+        ASSERT_EQ(CreateScaleContext(8, 8, 16, 16, outW, 16, 0, DEPTH_8, KERNEL_NONE, 3, 3, 3, &c),
                   0);
-        std::vector<uint8_t> out(k.outW * 16 * 8, 200);  // room for 16-bit samples
+        std::vector<uint8_t> out(outW * 16 * 4, 200);
         EXPECT_EQ(ProcessFrame(src.data(), out.data(), c), 0);
         DestroyScaleContext(c);
-        out.resize(k.depth == DEPTH_8 ? k.outW * 16 * 4 : out.size());
-        EXPECT_EQ(out, std::vector<uint8_t>(out.size(), k.expected)) << k.outW << " " << k.depth;
+        EXPECT_EQ(out, std::vector<uint8_t>(out.size(), outW == 16 ? 200 : 0)) << outW;
     }
 }
 

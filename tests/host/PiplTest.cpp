@@ -2,6 +2,7 @@
 // resource script that carries it.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <fstream>
 #include <iterator>
@@ -26,10 +27,6 @@ uint32_t Le32(const std::vector<uint8_t>& b, std::size_t at) {
            (static_cast<uint32_t>(b.at(at + 3)) << 24);
 }
 
-uint16_t Le16(const std::vector<uint8_t>& b, std::size_t at) {
-    return static_cast<uint16_t>(b.at(at) | (b.at(at + 1) << 8));
-}
-
 struct Property {
     std::string key;  // characters in reading order
     uint32_t length;
@@ -41,11 +38,10 @@ std::string CodeText(uint32_t code) {
             static_cast<char>(code >> 8), static_cast<char>(code)};
 }
 
-std::vector<Property> Decode(const std::vector<uint8_t>& bytes, uint32_t& count) {
+std::vector<Property> Decode(const std::vector<uint8_t>& bytes) {
     std::vector<Property> properties;
-    count = Le32(bytes, 6);
     std::size_t at = 10;
-    for (uint32_t i = 0; i < count; ++i) {
+    for (uint32_t i = 0; i < Le32(bytes, 6); ++i) {
         EXPECT_EQ(CodeText(Le32(bytes, at)), "8BIM");
         EXPECT_EQ(Le32(bytes, at + 8), 0u);
         Property p;
@@ -74,37 +70,30 @@ std::string Pascal(const Property& p) {
 TEST(PluginPropertyList, GeneratedBytesHoldTheEffectsProperties) {
     const std::vector<uint8_t> bytes = ReadFile(QUILLON_PIPL_BINARY);
     ASSERT_EQ(bytes.size(), 318u);
-    EXPECT_EQ(Le16(bytes, 0), 1);
+    EXPECT_EQ(Le32(bytes, 0) & 0xFFFF, 1u);  // the 16-bit marker, then version 0
     EXPECT_EQ(Le32(bytes, 2), 0u);
-    uint32_t count = 0;
-    const std::vector<Property> p = Decode(bytes, count);
-    ASSERT_EQ(count, 13u);
+    const std::vector<Property> p = Decode(bytes);
     ASSERT_EQ(p.size(), 13u);
 
     const char* keys[] = {"kind", "name", "catg", "8664", "ePVR", "eSVR", "eVER",
                           "eINF", "eGLO", "eGL2", "eMNA", "aeRD", "aeFL"};
+    const uint32_t lengths[] = {4, 12, 20, 16, 4, 4, 4, 2, 4, 4, 16, 4, 4};
+    // One little-endian word ('eFKT'; 16-bit halves for the version pairs);
+    // the texts are checked below.
+    const uint32_t words[] = {0x65464B54, 0,          0,      0, 2, 13, 0x000ABE00,
+                              0,          0x06008640, 0x8000, 0, 0, 8};
     for (std::size_t i = 0; i < 13; ++i) {
-        EXPECT_EQ(p[i].key, keys[i]) << i;
+        SCOPED_TRACE(keys[i]);
+        EXPECT_EQ(p[i].key, keys[i]);
+        EXPECT_EQ(p[i].length, lengths[i]);
+        if (lengths[i] <= 4) {
+            EXPECT_EQ(Le32(p[i].data, 0), words[i]);
+        }
     }
-    EXPECT_EQ(CodeText(Le32(p[0].data, 0)), "eFKT");
     EXPECT_EQ(Pascal(p[1]), "Quillon 4K");
     EXPECT_EQ(Pascal(p[2]), "HV Palomar Suite");
-    EXPECT_EQ(p[3].length, 16u);
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(p[3].data.data())), "EntryPointFunc");
-    EXPECT_EQ(p[4].length, 4u);
-    EXPECT_EQ(Le16(p[4].data, 0), 2);
-    EXPECT_EQ(Le16(p[4].data, 2), 0);
-    EXPECT_EQ(Le16(p[5].data, 0), 13);
-    EXPECT_EQ(Le16(p[5].data, 2), 0);
-    EXPECT_EQ(Le32(p[6].data, 0), 0x000ABE00u);
-    EXPECT_EQ(p[7].length, 2u);
-    EXPECT_EQ(p[7].data.size(), 4u);
-    EXPECT_EQ(Le32(p[7].data, 0), 0u);
-    EXPECT_EQ(Le32(p[8].data, 0), 0x06008640u);
-    EXPECT_EQ(Le32(p[9].data, 0), 0x00008000u);
     EXPECT_EQ(Pascal(p[10]), "KMX Quillon 4K");
-    EXPECT_EQ(Le32(p[11].data, 0), 0u);
-    EXPECT_EQ(Le32(p[12].data, 0), 8u);
 }
 
 TEST(PluginPropertyList, ResourceScriptCarriesTheSameBytes) {
@@ -115,8 +104,7 @@ TEST(PluginPropertyList, ResourceScriptCarriesTheSameBytes) {
     ASSERT_NE(script.find("16000 PiPL"), std::string::npos);
     const std::size_t begin = script.find("BEGIN");
     const std::size_t end = script.find("END", begin + 5);
-    ASSERT_NE(begin, std::string::npos);
-    ASSERT_NE(end, std::string::npos);
+    ASSERT_TRUE(begin != std::string::npos && end != std::string::npos);
     const std::string body = script.substr(begin + 5, end - begin - 5);
     std::vector<uint8_t> decoded;
     const std::regex word("0x([0-9A-Fa-f]{4})");
@@ -129,22 +117,51 @@ TEST(PluginPropertyList, ResourceScriptCarriesTheSameBytes) {
     EXPECT_EQ(decoded, bytes);
 }
 
-TEST(PluginPropertyList, GlobalSetupWordsComeFromTheSameTable) {
+// The plug-in's own reader, checked against the decoding above, then fed
+// damaged copies.
+TEST(PluginPropertyList, ReaderAgreesAndRejectsDamagedLists) {
     using namespace quillon::plugin;
-    bool sawVersion = false;
-    bool sawFlags = false;
-    for (const PiplProperty& property : kPiplProperties) {
-        if (property.key == FourCC("eVER")) {
-            EXPECT_EQ(property.number, kMyVersion);
-            sawVersion = true;
-        }
-        if (property.key == FourCC("eGLO")) {
-            EXPECT_EQ(property.number, static_cast<uint32_t>(kGlobalOutFlags));
-            sawFlags = true;
-        }
+    const std::vector<uint8_t> good = ReadFile(QUILLON_PIPL_BINARY);
+    const std::vector<Property> expected = Decode(good);
+    std::vector<DecodedPiplProperty> p;
+    ASSERT_TRUE(DecodePipl(good.data(), good.size(), p));
+    ASSERT_EQ(p.size(), expected.size());
+    for (std::size_t i = 0; i < p.size(); ++i) {
+        EXPECT_EQ(p[i].vendor, FourCC("8BIM"));
+        EXPECT_EQ(CodeText(p[i].key), expected[i].key);
+        ASSERT_EQ(p[i].length, expected[i].length);
+        EXPECT_TRUE(std::equal(p[i].data.begin(), p[i].data.begin() + p[i].length,
+                               expected[i].data.begin()));
     }
-    EXPECT_TRUE(sawVersion && sawFlags);
-    EXPECT_EQ(PackVersion(1, 5, 7, 3, 0), 0x000ABE00u);
+    std::string text;
+    uint32_t major = 0, minor = 1, word = 0;
+    EXPECT_TRUE(ReadPiplPascalString(p[1], text) && text == "Quillon 4K") << text;
+    EXPECT_TRUE(ReadPiplCString(p[3], text) && text == "EntryPointFunc") << text;
+    EXPECT_TRUE(ReadPiplVersionPair(p[5], major, minor) && major == 13 && minor == 0);
+    EXPECT_TRUE(ReadPiplWord(p[8], word) && word == 0x06008640u) << word;
+    EXPECT_FALSE(ReadPiplWord(p[7], word));  // a length of 2 is not a word
+    DecodedPiplProperty name = p[1];
+    name.data.back() = 'x';  // padding must be zeros
+    EXPECT_FALSE(ReadPiplPascalString(name, text));
+    name = p[1];
+    name.data[0] = 40;  // longer than the data
+    EXPECT_FALSE(ReadPiplPascalString(name, text));
+
+    const struct {
+        std::size_t at;  // byte changed, or the new size when `value` < 0
+        int value;
+    } damage[] = {{good.size() - 1, -1}, {good.size() + 1, -1}, {9, -1}, {0, 2}, {6, 14},
+                  {10 + 12 + 3, 0x7F}};
+    for (const auto& d : damage) {
+        std::vector<uint8_t> bytes = good;
+        if (d.value < 0) {
+            bytes.resize(d.at);
+        } else {
+            bytes[d.at] = static_cast<uint8_t>(d.value);
+        }
+        EXPECT_FALSE(DecodePipl(bytes.data(), bytes.size(), p)) << d.at << " " << d.value;
+        EXPECT_TRUE(p.empty());
+    }
 }
 
 TEST(PluginPropertyList, EncoderRejectsUnencodableTexts) {

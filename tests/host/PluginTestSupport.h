@@ -54,12 +54,8 @@ protected:
 // SequenceData offsets of the persisted layout.
 inline constexpr std::size_t kSeqReserved = 0;
 inline constexpr std::size_t kSeqTargetWidth = 4;
-inline constexpr std::size_t kSeqTargetHeight = 8;
 inline constexpr std::size_t kSeqOutputWidth = 12;
 inline constexpr std::size_t kSeqOutputHeight = 16;
-inline constexpr std::size_t kSeqKernel = 20;
-inline constexpr std::size_t kSeqReserved24 = 24;
-inline constexpr std::size_t kSeqFlags = 28;
 inline constexpr std::size_t kSeqRatio = 544;
 
 }  // namespace quillon::test
