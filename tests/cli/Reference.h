@@ -1,7 +1,7 @@
 // Expected results computed without the tool: images are read with
-// OpenImageIO, converted to working frames by the documented rules (written
-// out again here), enlarged by the engine's C functions with the arguments
-// the effect's render handler uses, and converted back.
+// OpenImageIO, converted to working frames by the documented rules, enlarged
+// by the engine's C functions with the render handler's arguments and
+// converted back.
 #ifndef QUILLON_TESTS_CLI_REFERENCE_H
 #define QUILLON_TESTS_CLI_REFERENCE_H
 
@@ -16,7 +16,6 @@ struct Picture {
     int width = 0;
     int height = 0;
     int bits = 8;
-    int fileChannels = 0;
     std::vector<uint16_t> rgba;  // 8-bit values are stored unscaled (0..255)
 };
 
@@ -30,30 +29,18 @@ struct EffectSettings {
     int sharpness = 2;
     int quality = 8;
     int antiAliasing = 6;
-    uint32_t kernelVariant = 2;  // two-pass, the effect's default at 8 bits
 };
 
 // The expected enlargement of picture to width x height.
 Picture ReferenceUpscale(const Picture& picture, int width, int height,
                          const EffectSettings& settings = {});
 
-// Working-frame level: frames in engine layout (B, G, R, transparency).
-std::vector<uint8_t> EngineUpscale(const std::vector<uint8_t>& frame, int bits, int srcWidth,
-                                   int srcHeight, int dstWidth, int dstHeight,
-                                   const EffectSettings& settings);
-
 // The 16-bit file <-> host mappings, written independently of the tool.
 uint16_t ToHostRange(uint16_t fileValue);
 uint16_t ToFileRange(uint16_t hostValue);
 
-// Largest absolute channel difference; -1 when the sizes differ.
-int MaxDifference(const Picture& a, const Picture& b);
-
-// Mean absolute channel difference; -1 when the sizes differ.
-double MeanDifference(const Picture& a, const Picture& b);
-
-// Synthetic frame content for sequences and clips: a photo shifted by n pixels.
-Picture ShiftedPicture(const Picture& picture, int n);
+// Largest (or mean) absolute channel difference; 1e9 when the sizes differ.
+double Difference(const Picture& a, const Picture& b, bool mean = false);
 
 }  // namespace quillon::test
 

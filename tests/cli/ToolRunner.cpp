@@ -1,18 +1,13 @@
 #include "ToolRunner.h"
 
-#include <fcntl.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
-#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
-
-extern char** environ;
 
 namespace quillon::test {
 
@@ -25,72 +20,67 @@ std::string Slurp(const std::string& path) {
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
+std::string Quote(const std::string& s) {
+    std::string q = "'";
+    for (char c : s) {
+        q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    }
+    return q + "'";
+}
+
 }  // namespace
 
 ToolResult RunQuillon(const std::vector<std::string>& args, const std::vector<uint8_t>& stdinData,
                       size_t chunkSize) {
     // Sanitizer builds: the leak checker ignores third-party leaks listed here.
-    static const bool lsanSet = [] {
-        const char* lsan = std::getenv("LSAN_OPTIONS");
-        const std::string value = (lsan != nullptr ? std::string(lsan) + ":" : "") +
+    const char* lsan = std::getenv("LSAN_OPTIONS");
+    const std::string lsanValue = (lsan != nullptr ? std::string(lsan) + ":" : "") +
                                   "print_suppressions=0:suppressions=" + QUILLON_LSAN_SUPPRESSIONS;
-        return setenv("LSAN_OPTIONS", value.c_str(), 1) == 0;
-    }();
-    (void)lsanSet;
-    // The child may stop reading early; a write then fails instead of killing us.
-    signal(SIGPIPE, SIG_IGN);
+    setenv("LSAN_OPTIONS", lsanValue.c_str(), 1);
+    signal(SIGPIPE, SIG_IGN);  // the child may stop reading early
 
     // Output goes to files, so the child never waits for us while we feed it.
     const TempDir streams;
-    const std::string outPath = streams / "out";
-    const std::string errPath = streams / "err";
-    int inPipe[2];
-    if (pipe(inPipe) != 0) {
-        throw std::runtime_error("pipe failed");
+    std::string command = Quote(QUILLON_EXE);
+    for (const std::string& a : args) {
+        command += " " + Quote(a);
     }
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, inPipe[0], STDIN_FILENO);
-    posix_spawn_file_actions_addclose(&actions, inPipe[0]);
-    posix_spawn_file_actions_addclose(&actions, inPipe[1]);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outPath.c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errPath.c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    std::vector<std::string> argvStore = {QUILLON_EXE};
-    argvStore.insert(argvStore.end(), args.begin(), args.end());
-    std::vector<char*> argv;
-    for (auto& a : argvStore) {
-        argv.push_back(a.data());
-    }
-    argv.push_back(nullptr);
-    pid_t pid = 0;
-    const int rc = posix_spawn(&pid, QUILLON_EXE, &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    close(inPipe[0]);
-    if (rc != 0) {
-        close(inPipe[1]);
+    command += " >" + Quote(streams / "out") + " 2>" + Quote(streams / "err");
+    FILE* in = popen(command.c_str(), "w");
+    if (in == nullptr) {
         throw std::runtime_error("cannot start quillon");
     }
-    // Chunks the size an ffmpeg-like producer writes; stop when the child quits.
-    for (size_t written = 0; written < stdinData.size();) {
-        const ssize_t w = write(inPipe[1], stdinData.data() + written,
-                                std::min(chunkSize, stdinData.size() - written));
-        if (w < 0 && errno != EINTR) {
+    setvbuf(in, nullptr, _IONBF, 0);  // every chunk is one write
+    for (size_t written = 0; written < stdinData.size(); written += chunkSize) {
+        const size_t n = std::min(chunkSize, stdinData.size() - written);
+        if (std::fwrite(stdinData.data() + written, 1, n, in) != n) {
             break;
         }
-        written += w > 0 ? static_cast<size_t>(w) : 0;
     }
-    close(inPipe[1]);
-    int status = 0;
-    while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-    }
+    const int status = pclose(in);
     ToolResult result;
     result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    const std::string out = Slurp(outPath);
+    const std::string out = Slurp(streams / "out");
     result.out.assign(out.begin(), out.end());
-    result.err = Slurp(errPath);
+    result.err = Slurp(streams / "err");
     return result;
+}
+
+std::string RunProgram(const std::vector<std::string>& command) {
+    std::string line;
+    for (const std::string& a : command) {
+        line += Quote(a) + " ";
+    }
+    FILE* p = popen(line.c_str(), "r");
+    std::string out;
+    char buffer[4096];
+    for (size_t n; p != nullptr && (n = std::fread(buffer, 1, sizeof buffer, p)) > 0;) {
+        out.append(buffer, n);
+    }
+    if (p == nullptr || pclose(p) != 0) {
+        throw std::runtime_error("failed: " + line);
+    }
+    return out;
 }
 
 TempDir::TempDir() {
@@ -110,7 +100,7 @@ std::vector<std::string> TempDir::HiddenFiles() const {
     std::vector<std::string> names;
     for (const auto& entry : fs::directory_iterator(path_)) {
         const std::string name = entry.path().filename().string();
-        if (!name.empty() && name[0] == '.') {
+        if (name[0] == '.') {
             names.push_back(name);
         }
     }

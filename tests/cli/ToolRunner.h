@@ -1,5 +1,4 @@
-// Runs the built quillon executable as a child process, feeding standard
-// input and collecting standard output and standard error.
+// Runs the built quillon executable and other command-line programs.
 #ifndef QUILLON_TESTS_CLI_TOOLRUNNER_H
 #define QUILLON_TESTS_CLI_TOOLRUNNER_H
 
@@ -21,6 +20,9 @@ struct ToolResult {
 // (a producer like ffmpeg's rawvideo writer), then standard input is closed.
 ToolResult RunQuillon(const std::vector<std::string>& args,
                       const std::vector<uint8_t>& stdinData = {}, size_t chunkSize = 65536);
+
+// Runs a program (ffmpeg, ffprobe) and returns its standard output.
+std::string RunProgram(const std::vector<std::string>& command);
 
 // A fresh folder under the system's temporary folder, removed on destruction.
 class TempDir {

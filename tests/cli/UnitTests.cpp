@@ -139,27 +139,14 @@ TEST(SequencePattern, ParsesFormatsAndMatches) {
     for (const char* other : {"dir/shot.042.dpx", "dir/shot.00042.dpx", "dir/shot.0042.exr"}) {
         EXPECT_FALSE(p->Match(other).has_value()) << other;
     }
-    const auto plain = SequencePattern::Parse("100%%_%d.png");
-    ASSERT_TRUE(plain.has_value());
-    EXPECT_EQ(plain->Format(5), "100%_5.png");
-    for (const char* bad : {"a%d%d.png", "a%4d.png", "a%s.png"}) {
+    for (const char* bad : {"a%d%d.png", "a%s.png"}) {
         EXPECT_FALSE(SequencePattern::Parse(bad).has_value()) << bad;
     }
-    EXPECT_FALSE(LooksLikePattern("100%%.png"));
-    EXPECT_TRUE(LooksLikePattern("a.%04d.png"));
 }
 
-TEST(SequencePattern, FrameRanges) {
-    const auto r = ParseFrameRange("1001-1100");
-    ASSERT_TRUE(r.has_value());
-    EXPECT_EQ(r->count(), 100);
-    EXPECT_EQ(ParseFrameRange("7")->first, 7);
-    for (const char* bad : {"9-3", "-3", "1-", "a-b"}) {
-        EXPECT_FALSE(ParseFrameRange(bad).has_value()) << bad;
-    }
-}
-
-TEST(SequencePattern, ExistingFramesAreFoundInOrder) {
+TEST(SequencePattern, FrameRangesAndExistingFrames) {
+    EXPECT_EQ(ParseFrameRange("1001-1100")->count(), 100);
+    EXPECT_FALSE(ParseFrameRange("9-3").has_value());
     test::TempDir dir;
     for (const char* name : {"f.0010.png", "f.0002.png", "f.02.png", "g.0003.png"}) {
         std::ofstream(dir / name) << "x";
@@ -193,42 +180,26 @@ TEST(SafeOutput, OnlyACommittedOutputAppears) {
               ExitCode::OutputFailed);
 }
 
-TEST(Progress, BarShowsFramesRateAndTimeLeft) {
+TEST(Progress, BarAndJsonSummary) {
     const std::string line = Progress::Render(25, 100, 5.0, 20);
-    EXPECT_NE(line.find("[#####...............]"), std::string::npos) << line;
-    EXPECT_NE(line.find("25/100 frames"), std::string::npos) << line;
-    EXPECT_NE(line.find("5.00 fps"), std::string::npos) << line;
+    EXPECT_NE(line.find("[#####...............] 25/100 frames"), std::string::npos) << line;
     EXPECT_NE(line.find("00:15 left"), std::string::npos) << line;
-    EXPECT_NE(Progress::Render(3, 0, 1.0).find("3 frames"), std::string::npos);
-}
-
-TEST(RunSummary, JsonEscapesAndListsStages) {
     EXPECT_EQ(JsonString("a\"b\\c\n\x01"), "\"a\\\"b\\\\c\\n\\u0001\"");
     RunSummary s;
-    s.command = "upscale";
     s.frames = 4;
     s.totalSeconds = 2.0;
     s.stageSeconds = {{"engine", 1.5}};
     const std::string j = ToJson(s);
     EXPECT_NE(j.find("\"seconds\":{\"total\":2.000000,\"engine\":1.500000}"), std::string::npos)
         << j;
-    EXPECT_NE(j.find("\"frames_per_second\":2.000000"), std::string::npos) << j;
 }
 
-TEST(Options, BitratesKernelsAndNearestNeighbour) {
+TEST(Options, BitratesKernelsAndCompareCrop) {
     EXPECT_EQ(ParseBitrate("40M"), 40000000);
-    EXPECT_EQ(ParseBitrate("800k"), 800000);
-    for (const char* bad : {"fast", "-5"}) {
-        EXPECT_FALSE(ParseBitrate(bad).has_value()) << bad;
-    }
+    EXPECT_FALSE(ParseBitrate("-5").has_value());
     EXPECT_EQ(ParseKernelChoice("two-pass"), KernelChoice::TwoPass);
-    EXPECT_FALSE(ParseKernelChoice("fast").has_value());
-    EXPECT_EQ(NearestSource(0, 320, 640), 0u);
     EXPECT_EQ(NearestSource(639, 320, 640), 319u);
-    EXPECT_EQ(NearestSource(2, 1920, 3840), 1u);
-    const CropRect crop = ChooseCrop(3840, 2160, 0, 0, std::nullopt, std::nullopt);
-    EXPECT_EQ(crop.x, 1440u);
-    EXPECT_EQ(crop.width, 960u);
+    EXPECT_EQ(ChooseCrop(3840, 2160, 0, 0, std::nullopt, std::nullopt).x, 1440u);
     EXPECT_EQ(ChooseCrop(640, 360, 960, 540, 5u, 5u).x, 0u) << "clamped to fit";
 }
 

@@ -4,14 +4,63 @@
 #include <string>
 #include <vector>
 
-#include "RenderTestSupport.h"
 #include "engine/Engine.h"
+#include "engine/ScaleEngine.hpp"
 #include "tests/host/PluginTestSupport.h"
+#include "tests/support/Photos.h"
 
 namespace quillon::test {
 namespace {
 
+using support::LoadPicture;
+using support::Picture;
+
+template <typename Sample>
+using HostPixel = std::conditional_t<sizeof(Sample) == 1, PF_Pixel, PF_Pixel16>;
+
+inline uint8_t* WorldRow(const PF_LayerDef& world, int32_t y) {
+    return static_cast<uint8_t*>(world.data) + static_cast<std::ptrdiff_t>(y) * world.rowbytes;
+}
+
+// Fills a host world (8 or 16 bits) with the photo, repeated as needed. Alpha
+// follows a gradient so that the transparency channel carries a picture too;
+// 16-bit samples are mapped onto the host's 0..32768.
+inline void FillWorld(PF_LayerDef& world, const Picture& photo) {
+    const bool deep = (world.world_flags & PF_WorldFlag_DEEP) != 0;
+    auto sample = [&](uint32_t v, uint32_t full) {
+        return (v * (deep ? 32768u : 255u) + full / 2) / full;
+    };
+    const uint32_t full = photo.bitDepth == 16 ? 65535u : 255u;
+    for (int32_t y = 0; y < world.height; ++y) {
+        for (int32_t x = 0; x < world.width; ++x) {
+            const uint16_t* rgb =
+                &photo.rgba[((y % photo.height) * std::size_t{photo.width} + x % photo.width) * 4];
+            const uint32_t px[4] = {sample(255u - static_cast<uint32_t>((x + 2 * y) % 160), 255),
+                                    sample(rgb[0], full), sample(rgb[1], full),
+                                    sample(rgb[2], full)};
+            for (int c = 0; c < 4; ++c) {
+                const auto v = static_cast<uint16_t>(px[c]);
+                std::memcpy(WorldRow(world, y) + (x * 4 + c) * (deep ? 2 : 1), &v, deep ? 2 : 1);
+            }
+        }
+    }
+}
+
+// Rows firstRow, firstRow + rowStep, ... of a world, without padding.
+template <typename Sample>
+std::vector<Sample> WorldSamples(const PF_LayerDef& world, int32_t firstRow = 0,
+                                 int32_t rowStep = 1) {
+    std::vector<Sample> samples;
+    for (int32_t y = firstRow; y < world.height; y += rowStep) {
+        const auto* row = reinterpret_cast<const Sample*>(WorldRow(world, y));
+        samples.insert(samples.end(), row, row + std::size_t{4} * world.width);
+    }
+    return samples;
+}
+
 constexpr uint32_t kWhite16 = 32768;
+// Sequence-data offsets: output size and kernel choice.
+constexpr std::size_t kOutputWidthAt = 12, kOutputHeightAt = 16, kKernelAt = 20;
 constexpr auto kAE = HostIdentity::AfterEffects;
 constexpr auto kPr12 = HostIdentity::PremierePro12;
 constexpr auto kPr13 = HostIdentity::PremierePro13;
@@ -44,8 +93,8 @@ protected:
         FillWorld(host().inputWorld().def, picture);
         FillOutput();
         // What frame setup leaves for modern Premiere Pro.
-        WriteAt<uint32_t>(Seq(), kSeqOutputWidth, static_cast<uint32_t>(outW));
-        WriteAt<int32_t>(Seq(), kSeqOutputHeight, outH);
+        WriteAt<uint32_t>(Seq(), kOutputWidthAt, static_cast<uint32_t>(outW));
+        WriteAt<int32_t>(Seq(), kOutputHeightAt, outH);
     }
     PF_Handle Seq() { return host().inData().sequence_data; }
     void FillOutput() {
@@ -69,16 +118,27 @@ protected:
         EXPECT_EQ(host().unknownHandleCalls(), unknown);
         return err;
     }
-    // The model's output for input rows firstRow, firstRow + rowStep, ...
-    // enlarged to the output world's width and outH rows.
+    // What the render should leave in output rows firstRow, firstRow +
+    // rowStep, ...: those input rows converted pixel by pixel through the
+    // host's pixel records (blue, green, red, white - alpha), the engine run
+    // directly, the result converted back (alpha, red, green, blue).
     template <typename Sample>
     std::vector<Sample> Expected(int32_t firstRow, int32_t rowStep, int32_t outH,
                                  uint32_t kernel = KERNEL_TWO_PASS) {
         const PF_LayerDef& in = host().inputWorld().def;
         const bool deep = sizeof(Sample) == 2;
+        const uint32_t white = deep ? kWhite16 : 255;
+        std::vector<Sample> source;
+        for (int32_t y = firstRow; y < in.height; y += rowStep) {
+            for (int32_t x = 0; x < in.width; ++x) {
+                HostPixel<Sample> p;
+                std::memcpy(&p, WorldRow(in, y) + x * sizeof(p), sizeof(p));
+                source.insert(source.end(), {p.blue, p.green, p.red, Sample(white - p.alpha)});
+            }
+        }
         ScaleRequest r;
         r.srcWidth = static_cast<uint32_t>(in.width);
-        r.srcHeight = static_cast<uint32_t>((in.height - firstRow + rowStep - 1) / rowStep);
+        r.srcHeight = static_cast<uint32_t>(source.size() / 4 / in.width);
         r.dstWidth = static_cast<uint32_t>(host().outputWorld().def.width);
         r.dstHeight = static_cast<uint32_t>(outH);
         r.options = settings_.options;
@@ -87,9 +147,14 @@ protected:
         r.sharpness = static_cast<uint32_t>(settings_.sharpness);
         r.refineStrength = static_cast<uint32_t>(settings_.quality);
         r.antiAliasAmount = static_cast<uint32_t>(settings_.antiAliasing);
-        auto expected = ExpectedOutput<Sample>(in, firstRow, rowStep, r, deep ? kWhite16 : 255);
-        EXPECT_FALSE(expected.empty());
-        return expected;
+        auto engine = ScaleEngine::Create(r);
+        std::vector<Sample> out(std::size_t{r.dstWidth} * r.dstHeight * 4);
+        EXPECT_TRUE(engine && engine->Process(source.data(), out.data()));
+        for (std::size_t i = 0; i < out.size(); i += 4) {
+            out[i + 0] = static_cast<Sample>(white - std::exchange(out[i + 3], out[i]));
+            std::swap(out[i + 1], out[i + 2]);
+        }
+        return out;
     }
     template <typename Sample>
     void ExpectWholeOutputMatches(uint32_t kernel = KERNEL_TWO_PASS) {
@@ -115,7 +180,7 @@ TEST_P(RenderPhoto, OutputIsTheEngineResultOfTheConvertedLayer) {
     const PhotoCase& c = GetParam();
     Begin(c.identity, c.settings, c.deep, 200, 112, 456, 260,
           c.deep ? "pier_320x180_16bit.png" : "cups_320x180.png");
-    WriteAt<uint32_t>(Seq(), kSeqKernel, c.kernel);
+    WriteAt<uint32_t>(Seq(), kKernelAt, c.kernel);
     ASSERT_EQ(RenderFrame(), PF_Err_NONE);
     if (c.deep) {
         ExpectWholeOutputMatches<uint16_t>();
@@ -124,33 +189,16 @@ TEST_P(RenderPhoto, OutputIsTheEngineResultOfTheConvertedLayer) {
     }
 }
 
-std::string PhotoCaseName(const ::testing::TestParamInfo<PhotoCase>& param) {
-    static const char* const kHosts[] = {"AE", "Pr12", "Pr13"};
-    const PhotoCase& c = param.param;
-    return std::string(kHosts[static_cast<int>(c.identity)]) + (c.deep ? "_16bit" : "_8bit") +
-           "_filter" + std::to_string(c.settings.filterType) + "_options" +
-           std::to_string(c.settings.options) + "_kernel" + std::to_string(c.kernel);
-}
-
-void PrintTo(const PhotoCase& c, std::ostream* os) {
-    *os << PhotoCaseName(::testing::TestParamInfo<PhotoCase>(c, 0));
-}
-
 constexpr uint32_t kTwo = KERNEL_TWO_PASS;
 INSTANTIATE_TEST_SUITE_P(FilterTypes, RenderPhoto,
                          ::testing::Values(PhotoCase{kAE, false, {1, 2, 8, 0, 2}, kTwo},
-                                           PhotoCase{kAE, false, {2, 0, 8, 0, 1}, kTwo},
-                                           PhotoCase{kAE, false, {3, 0, 8, 6, 12}, kTwo},
-                                           PhotoCase{kAE, false, {4, 3, 10, 4, 15}, kTwo},
-                                           PhotoCase{kAE, false, {2, 2, 8, 6, 11}, KERNEL_CELL},
+                                           PhotoCase{kPr12, false, {2, 0, 8, 0, 1}, kTwo},
+                                           PhotoCase{kPr13, false, {3, 0, 8, 6, 12}, kTwo},
+                                           PhotoCase{kAE, false, {4, 3, 10, 4, 15}, KERNEL_CELL},
                                            PhotoCase{kAE, true, {1, 0, 8, 0, 0}, kTwo},
                                            PhotoCase{kAE, true, {2, 2, 8, 6, 11}, kTwo},
-                                           PhotoCase{kAE, true, {3, 2, 8, 0, 6}, kTwo},
-                                           PhotoCase{kAE, true, {4, 5, 12, 6, 15}, kTwo},
-                                           PhotoCase{kPr13, false, {4, 2, 8, 6, 15}, kTwo},
-                                           PhotoCase{kPr13, true, {3, 0, 8, 6, 12}, kTwo},
-                                           PhotoCase{kPr12, false, {2, 2, 8, 6, 11}, kTwo}),
-                         PhotoCaseName);
+                                           PhotoCase{kPr13, true, {3, 2, 8, 0, 6}, kTwo},
+                                           PhotoCase{kAE, true, {4, 5, 12, 6, 15}, kTwo}));
 
 // Hard-edged blocks of black and the host's white, sharpened hard: the
 // output stays within 0..32768 without wrapping, and only because of the
@@ -203,7 +251,7 @@ TEST_P(RenderField, ProcessesOneFieldAndRestoresEverySize) {
         EXPECT_EQ(after.rowbytes, before.rowbytes);
     }
     EXPECT_EQ(host().inData().height, c.inH);
-    EXPECT_EQ(ReadAt<int32_t>(Seq(), kSeqOutputHeight), c.outH);
+    EXPECT_EQ(ReadAt<int32_t>(Seq(), kOutputHeightAt), c.outH);
     const int32_t first = c.field == PF_Field_LOWER ? 1 : 0;
     EXPECT_TRUE(WorldSamples<uint8_t>(host().outputWorld().def, first, 2) ==
                 Expected<uint8_t>(first, 2, c.outH / 2));
@@ -227,28 +275,6 @@ TEST_F(Render, NarrowLayerFallsBackToTheHostCopy) {
     for (int32_t y = 0; y < 8; ++y) {
         EXPECT_EQ(std::memcmp(host().outputWorld().Row(y), host().inputWorld().Row(y), 8), 0);
     }
-}
-
-TEST_F(Render, MissingShortOrUnusableInputsAreRefusedUntouched) {
-    Begin(kAE, {2, 2, 8, 6, 11}, false, 32, 24, 64, 48);
-    const PF_Handle sequence = Seq();
-    host().inData().sequence_data = nullptr;
-    EXPECT_EQ(RenderFrame(), PF_Err_OUT_OF_MEMORY);
-    host().inData().sequence_data = host().NewHandle(540);  // the older, shorter layout
-    EXPECT_EQ(RenderFrame(), PF_Err_OUT_OF_MEMORY);
-    host().DisposeHandle(host().inData().sequence_data);
-    host().inData().sequence_data = sequence;
-    EXPECT_TRUE(OutputUntouched());
-
-    PF_LayerDef& out = host().outputWorld().def;
-    out.rowbytes = 64 * 4 - 4;  // shorter than a row
-    EXPECT_EQ(RenderFrame(), PF_Err_BAD_CALLBACK_PARAM);
-    out.rowbytes = 64 * 4;
-    out.data = nullptr;
-    EXPECT_EQ(RenderFrame(), PF_Err_BAD_CALLBACK_PARAM);
-    EXPECT_EQ(
-        host().SendRaw(PF_Cmd_RENDER, &host().inData(), &host().outData(), nullptr, &out, nullptr),
-        PF_Err_BAD_CALLBACK_PARAM);
 }
 
 // Fails host_new_handle from every allocation of a render on: creation's own
@@ -282,20 +308,6 @@ TEST_F(Render, EveryFailedHandleAllocationIsReportedAndCleanedUp) {
     ASSERT_GT(firstOom, 0u) << results;
     EXPECT_EQ(results,
               std::string(firstOom, 'N') + "MM" + std::string(results.size() - firstOom - 2, 'D'));
-}
-
-TEST_F(Render, ThrowingHostCopyIsInternalDamageWithFieldsRestored) {
-    Begin(kAE, {1, 0, 8, 0, 0}, false, 3, 16, 8, 16);
-    host().SetInputLayer(3, 16, false, 0);
-    host().inData().field = PF_Field_LOWER;
-    const PF_LayerDef outBefore = host().outputWorld().def;
-    host().ThrowFrom(Callback::Copy);
-    EXPECT_EQ(RenderFrame(), PF_Err_INTERNAL_STRUCT_DAMAGED);
-    EXPECT_EQ(host().param(0).u.ld.height, 16);
-    EXPECT_EQ(host().param(0).u.ld.rowbytes, 12);
-    EXPECT_EQ(host().outputWorld().def.data, outBefore.data);
-    EXPECT_EQ(host().outputWorld().def.rowbytes, outBefore.rowbytes);
-    EXPECT_EQ(ReadAt<int32_t>(Seq(), kSeqOutputHeight), 16);
 }
 
 }  // namespace
