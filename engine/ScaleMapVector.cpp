@@ -11,10 +11,10 @@
 #include "engine/EngineMemory.h"
 #include "engine/Refinement.h"
 #include "engine/ScaleMapPasses.h"
+#include "engine/VectorSupport.h"
 
-#if defined(__SSE2__) || defined(_M_X64) || (defined(_M_IX86_FP) && _M_IX86_FP >= 2)
+#ifdef QUILLON_HAVE_SSE2
 #include <emmintrin.h>
-#define QUILLON_MAP_SSE2 1
 #endif
 
 namespace quillon {
@@ -44,7 +44,7 @@ bool scaleMapVector(const uint8_t* lattice, uint8_t* destination, const uint32_t
         rowStarts[r] = static_cast<uint32_t>(std::size_t{tap.lattice} * dstWidth);
     }
 
-#ifdef QUILLON_MAP_SSE2
+#ifdef QUILLON_HAVE_SSE2
     const uint32_t vectorColumns = dstWidth & ~7u;
     const __m128i rounding = _mm_set1_epi16(32);
 #else
@@ -55,7 +55,7 @@ bool scaleMapVector(const uint8_t* lattice, uint8_t* destination, const uint32_t
         const int16_t* lower = upper + dstWidth;
         uint8_t* out = destination + std::size_t{r} * dstWidth;
         const int32_t weight = rowWeights[r];
-#ifdef QUILLON_MAP_SSE2
+#ifdef QUILLON_HAVE_SSE2
         const __m128i fy = _mm_set1_epi16(static_cast<int16_t>(weight));
         for (uint32_t k = 0; k < vectorColumns; k += 8) {
             const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(upper + k));

@@ -19,6 +19,13 @@ bool upscale8CubicTwoPass(const uint8_t* source, uint8_t* destination, const Sca
 bool upscale8LanczosTwoPass(const uint8_t* source, uint8_t* destination,
                             const ScaleContext* context);
 
+// Their plain scalar twins: byte for byte the same results. The two-pass
+// names above fall back to these where 128-bit integer vectors are missing.
+bool upscale8CubicTwoPassScalar(const uint8_t* source, uint8_t* destination,
+                                const ScaleContext* context);
+bool upscale8LanczosTwoPassScalar(const uint8_t* source, uint8_t* destination,
+                                  const ScaleContext* context);
+
 // KERNEL_NONE: leaves the destination as it was.
 bool upscaleNone(const uint8_t* source, uint8_t* destination, const ScaleContext* context);
 

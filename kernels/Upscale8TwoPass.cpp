@@ -5,6 +5,14 @@
 //
 // Each scratch row is produced just before the first destination row that
 // needs it, so the rows a vertical step reads are still in cache.
+//
+// Builds without SSE2 use the plain scalar twins (Upscale8TwoPassScalar.cpp)
+// under the same names.
+#include "engine/VectorSupport.h"
+#include "kernels/Upscale8.h"
+
+#ifdef QUILLON_HAVE_SSE2
+
 #include <emmintrin.h>
 
 #include <cstddef>
@@ -12,7 +20,6 @@
 #include <cstring>
 
 #include "engine/EngineMemory.h"
-#include "kernels/Upscale8.h"
 #include "kernels/UpscaleGeometry.h"
 
 namespace quillon {
@@ -254,3 +261,21 @@ bool upscale8LanczosTwoPass(const uint8_t* source, uint8_t* destination,
 }
 
 }  // namespace quillon
+
+#else  // no SSE2
+
+namespace quillon {
+
+bool upscale8CubicTwoPass(const uint8_t* source, uint8_t* destination,
+                          const ScaleContext* context) {
+    return upscale8CubicTwoPassScalar(source, destination, context);
+}
+
+bool upscale8LanczosTwoPass(const uint8_t* source, uint8_t* destination,
+                            const ScaleContext* context) {
+    return upscale8LanczosTwoPassScalar(source, destination, context);
+}
+
+}  // namespace quillon
+
+#endif  // QUILLON_HAVE_SSE2

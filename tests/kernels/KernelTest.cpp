@@ -137,6 +137,9 @@ const KernelCase kKernels[] = {
     {"lanczos cell", &upscale8Lanczos, nullptr, KERNEL_CELL, OPT_LANCZOS},
     {"cubic two-pass", &upscale8CubicTwoPass, nullptr, KERNEL_TWO_PASS, 0},
     {"lanczos two-pass", &upscale8LanczosTwoPass, nullptr, KERNEL_TWO_PASS, OPT_LANCZOS},
+    {"cubic two-pass scalar", &upscale8CubicTwoPassScalar, nullptr, KERNEL_TWO_PASS, 0},
+    {"lanczos two-pass scalar", &upscale8LanczosTwoPassScalar, nullptr, KERNEL_TWO_PASS,
+     OPT_LANCZOS},
     {"cubic 16", nullptr, &upscale16Cubic, KERNEL_CELL, 0},
     {"lanczos 16", nullptr, &upscale16Lanczos, KERNEL_CELL, OPT_LANCZOS},
 };
