@@ -51,16 +51,6 @@ template <typename T>
 void WriteOverlap(const T* frame, const PF_LayerDef& world, int32_t width, int32_t height,
                   uint32_t maxValue);
 
-// Names fixed to one depth.
-inline constexpr auto& ReadCropCentre8 = ReadCropCentre<uint8_t>;
-inline constexpr auto& ReadCropCentre16 = ReadCropCentre<uint16_t>;
-inline constexpr auto& WriteCentre8 = WriteCentre<uint8_t>;
-inline constexpr auto& WriteCentre16 = WriteCentre<uint16_t>;
-inline constexpr auto& ReadOverlap8 = ReadOverlap<uint8_t>;
-inline constexpr auto& ReadOverlap16 = ReadOverlap<uint16_t>;
-inline constexpr auto& WriteOverlap8 = WriteOverlap<uint8_t>;
-inline constexpr auto& WriteOverlap16 = WriteOverlap<uint16_t>;
-
 }  // namespace quillon::host
 
 #endif  // QUILLON_HOST_PIXELCONVERSION_H

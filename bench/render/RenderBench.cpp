@@ -152,15 +152,8 @@ void Conversions(benchmark::State& state) {
     std::vector<Sample> source(std::size_t{kSrcWidth} * kSrcHeight * 4);
     std::vector<Sample> destination(std::size_t{kDstWidth} * kDstHeight * 4, Sample{7});
     for (auto _ : state) {
-        if constexpr (sizeof(Sample) == 1) {
-            quillon::host::ReadCropCentre8(input.def, source.data(), kSrcWidth, kSrcHeight, white);
-            quillon::host::WriteCentre8(destination.data(), output.def, kDstWidth, kDstHeight,
-                                        white);
-        } else {
-            quillon::host::ReadCropCentre16(input.def, source.data(), kSrcWidth, kSrcHeight, white);
-            quillon::host::WriteCentre16(destination.data(), output.def, kDstWidth, kDstHeight,
-                                         white);
-        }
+        quillon::host::ReadCropCentre(input.def, source.data(), kSrcWidth, kSrcHeight, white);
+        quillon::host::WriteCentre(destination.data(), output.def, kDstWidth, kDstHeight, white);
         benchmark::DoNotOptimize(source.data());
         benchmark::DoNotOptimize(output.buffer.data());
         benchmark::ClobberMemory();

@@ -73,21 +73,12 @@ constexpr T kSentinel = static_cast<T>(sizeof(T) == 1 ? 0xEE : 0xEEEE);
 
 template <typename T>
 void Read(bool overlap, const PF_LayerDef& w, T* f, int32_t width, int32_t height) {
-    if constexpr (sizeof(T) == 1) {
-        overlap ? ReadOverlap8(w, f, width, height, kM) : ReadCropCentre8(w, f, width, height, kM);
-    } else {
-        overlap ? ReadOverlap16(w, f, width, height, kM)
-                : ReadCropCentre16(w, f, width, height, kM);
-    }
+    overlap ? ReadOverlap(w, f, width, height, kM) : ReadCropCentre(w, f, width, height, kM);
 }
 
 template <typename T>
 void Write(bool overlap, const T* f, const PF_LayerDef& w, int32_t width, int32_t height) {
-    if constexpr (sizeof(T) == 1) {
-        overlap ? WriteOverlap8(f, w, width, height, kM) : WriteCentre8(f, w, width, height, kM);
-    } else {
-        overlap ? WriteOverlap16(f, w, width, height, kM) : WriteCentre16(f, w, width, height, kM);
-    }
+    overlap ? WriteOverlap(f, w, width, height, kM) : WriteCentre(f, w, width, height, kM);
 }
 
 // The world pixel (x, y) of a labelled world as the frame holds it, or the
