@@ -6,12 +6,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <new>
 #include <random>
 #include <vector>
 
 #include "engine/Engine.h"
 #include "engine/ScaleContext.h"
+#include "engine/ScaleEngine.hpp"
 
 namespace quillon::support {
 
@@ -42,27 +44,32 @@ struct Request {
     uint32_t antiAlias = 0;
 };
 
-// Owns one context made by CreateScaleContext.
+// Owns one context made from a Request (through the engine's own wrapper).
 class Context {
 public:
     explicit Context(const Request& r) {
-        ok_ = CreateScaleContext(r.srcWidth, r.srcHeight, r.dstWidth, r.dstHeight, r.dstWidth,
-                                 r.dstHeight, r.options, r.depth, r.variant, r.sharpness, r.quality,
-                                 r.antiAlias, &context_) == 0 &&
-              context_ != nullptr;
+        auto engine = ScaleEngine::Create({.srcWidth = r.srcWidth,
+                                           .srcHeight = r.srcHeight,
+                                           .dstWidth = r.dstWidth,
+                                           .dstHeight = r.dstHeight,
+                                           .options = r.options,
+                                           .depthMode = r.depth,
+                                           .kernelVariant = r.variant,
+                                           .sharpness = r.sharpness,
+                                           .refineStrength = r.quality,
+                                           .antiAliasAmount = r.antiAlias});
+        if (engine) {
+            engine_ = std::make_unique<ScaleEngine>(std::move(*engine));
+        }
     }
-    ~Context() { DestroyScaleContext(ok_ ? context_ : nullptr); }
-    Context(const Context&) = delete;
-    Context& operator=(const Context&) = delete;
 
-    bool ok() const { return ok_; }
-    ScaleContext* get() const { return context_; }
-    ScaleContext& operator*() const { return *context_; }
-    ScaleContext* operator->() const { return context_; }
+    bool ok() const { return engine_ != nullptr; }
+    ScaleContext* get() const { return engine_ ? engine_->get() : nullptr; }
+    ScaleContext& operator*() const { return *get(); }
+    ScaleContext* operator->() const { return get(); }
 
 private:
-    ScaleContext* context_ = nullptr;
-    bool ok_ = false;
+    std::unique_ptr<ScaleEngine> engine_;
 };
 
 // ProcessFrame on a fresh context; an empty frame when either step fails.
