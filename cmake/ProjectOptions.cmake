@@ -45,3 +45,28 @@ if(QUILLON_SANITIZE AND NOT MSVC)
                         -fno-omit-frame-pointer)
     add_link_options(-fsanitize=address,undefined)
 endif()
+
+# quillon_isa_sources(target LEVEL file...): adds sources that use one
+# instruction-set level's intrinsics, compiled with that level's flags only.
+# Nothing else in the target is built with them, so the library still runs on
+# a processor without the level; the dispatcher calls these files' kernels
+# only after it has found the level present. LEVEL: SSE2, AVX2 or AVX512.
+function(quillon_isa_sources target level)
+    target_sources(${target} PRIVATE ${ARGN})
+    if(MSVC)
+        set(flags_SSE2 "")
+        set(flags_AVX2 "/arch:AVX2")
+        set(flags_AVX512 "/arch:AVX512")
+    else()
+        set(flags_SSE2 "-msse2")
+        set(flags_AVX2 "-mavx2;-mfma;-mbmi;-mbmi2")
+        set(flags_AVX512 "-mavx512f;-mavx512bw;-mavx512vl;-mavx512dq;-mavx512cd;-mavx2;-mfma;-mbmi;-mbmi2")
+    endif()
+    if(NOT DEFINED flags_${level})
+        message(FATAL_ERROR "quillon_isa_sources: unknown level ${level}")
+    endif()
+    if(flags_${level})
+        set_source_files_properties(${ARGN} TARGET_DIRECTORY ${target}
+            PROPERTIES COMPILE_OPTIONS "${flags_${level}}")
+    endif()
+endfunction()
