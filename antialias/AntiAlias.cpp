@@ -8,7 +8,7 @@
 #include "antialias/AntiAlias.h"
 
 #include "antialias/AntiAliasStages.h"
-#include "engine/EngineSettings.h"
+#include "core/EngineSettings.h"
 
 namespace quillon {
 
@@ -59,7 +59,7 @@ void grey16(const void* frame, uint8_t* grey, std::size_t pixelCount) {
 
 // Contexts this pass can work on: tables present, and pixel indices (with
 // one row of slack for the linking's neighbour probes) inside 32 bits.
-bool usableContext(const ScaleContext* context) {
+bool usableContext(const FramePlan* context) {
     if (context->columnSpanEnd == nullptr || context->rowSpanEnd == nullptr ||
         context->columnFrac == nullptr || context->rowFrac == nullptr) {
         return false;
@@ -70,7 +70,7 @@ bool usableContext(const ScaleContext* context) {
            pixels + context->srcWidth <= INT32_MAX;
 }
 
-bool runPass(const void* source, void* destination, const ScaleContext* context, GreyFn makeGrey,
+bool runPass(const void* source, void* destination, const FramePlan* context, GreyFn makeGrey,
              aa::BlendSpotFn blend, int32_t maxValue) {
     if (source == nullptr || destination == nullptr || context == nullptr) {
         return false;
@@ -131,11 +131,11 @@ bool runPass(const void* source, void* destination, const ScaleContext* context,
 
 }  // namespace
 
-bool antiAlias8(const uint8_t* source, uint8_t* destination, const ScaleContext* context) {
+bool antiAlias8(const uint8_t* source, uint8_t* destination, const FramePlan* context) {
     return runPass(source, destination, context, grey8, aa::blendSpot8, MaxValue8());
 }
 
-bool antiAlias16(const uint16_t* source, uint16_t* destination, const ScaleContext* context) {
+bool antiAlias16(const uint16_t* source, uint16_t* destination, const FramePlan* context) {
     return runPass(source, destination, context, grey16, aa::blendSpot16, MaxValue16());
 }
 

@@ -5,14 +5,14 @@
 
 #include <cstdint>
 
-#include "engine/ScaleContext.h"
+#include "core/FramePlan.h"
 
 namespace quillon {
 
 // Return false, leaving the destination as the upscale wrote it, when work
 // memory cannot be allocated.
-bool antiAlias8(const uint8_t* source, uint8_t* destination, const ScaleContext* context);
-bool antiAlias16(const uint16_t* source, uint16_t* destination, const ScaleContext* context);
+bool antiAlias8(const uint8_t* source, uint8_t* destination, const FramePlan* context);
+bool antiAlias16(const uint16_t* source, uint16_t* destination, const FramePlan* context);
 
 }  // namespace quillon
 

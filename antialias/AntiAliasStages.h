@@ -12,7 +12,7 @@
 #include <cstdint>
 
 #include "antialias/WorkArray.h"
-#include "engine/ScaleContext.h"
+#include "core/FramePlan.h"
 
 namespace quillon::aa {
 
@@ -122,9 +122,9 @@ void blendSpot16(const SpotFrame& spot, int32_t x, int32_t y, bool* firstFlag);
 using BlendSpotFn = void (*)(const SpotFrame& spot, int32_t x, int32_t y, bool* firstFlag);
 
 // Steps 13-14. Chain 0 is never traced; fewer than two chains trace nothing.
-void traceRowChains(const ScaleContext* context, const ChainSet& chains, const SpotFrame& spot,
+void traceRowChains(const FramePlan* context, const ChainSet& chains, const SpotFrame& spot,
                     BlendSpotFn blend);
-void traceColumnChains(const ScaleContext* context, const ChainSet& chains, const SpotFrame& spot,
+void traceColumnChains(const FramePlan* context, const ChainSet& chains, const SpotFrame& spot,
                        BlendSpotFn blend);
 
 }  // namespace quillon::aa

@@ -93,25 +93,25 @@ void traceChains(const ChainSet& chains, int32_t width, const Axis& outer, const
     }
 }
 
-Axis columnAxis(const ScaleContext* context) {
+Axis columnAxis(const FramePlan* context) {
     return {static_cast<int32_t>(context->srcWidth), context->columnSpanEnd, context->columnFrac,
             static_cast<int32_t>(context->dstWidth)};
 }
 
-Axis rowAxis(const ScaleContext* context) {
+Axis rowAxis(const FramePlan* context) {
     return {static_cast<int32_t>(context->srcHeight), context->rowSpanEnd, context->rowFrac,
             static_cast<int32_t>(context->dstHeight)};
 }
 
 }  // namespace
 
-void traceRowChains(const ScaleContext* context, const ChainSet& chains, const SpotFrame& spot,
+void traceRowChains(const FramePlan* context, const ChainSet& chains, const SpotFrame& spot,
                     BlendSpotFn blend) {
     traceChains(chains, static_cast<int32_t>(context->srcWidth), columnAxis(context),
                 rowAxis(context), true, spot, blend);
 }
 
-void traceColumnChains(const ScaleContext* context, const ChainSet& chains, const SpotFrame& spot,
+void traceColumnChains(const FramePlan* context, const ChainSet& chains, const SpotFrame& spot,
                        BlendSpotFn blend) {
     traceChains(chains, static_cast<int32_t>(context->srcWidth), rowAxis(context),
                 columnAxis(context), false, spot, blend);

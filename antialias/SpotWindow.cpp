@@ -9,7 +9,7 @@
 #include <cmath>
 
 #include "antialias/AntiAliasStages.h"
-#include "engine/PortableMath.h"
+#include "core/PortableMath.h"
 
 namespace quillon::aa {
 

@@ -9,7 +9,7 @@
 #include <cstring>
 #include <type_traits>
 
-#include "engine/EngineMemory.h"
+#include "core/EngineMemory.h"
 
 namespace quillon::aa {
 

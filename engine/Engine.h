@@ -10,26 +10,21 @@
 
 #include <stdint.h>
 
+#include "core/EngineTypes.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
 
 typedef struct ScaleContext ScaleContext;
 
-// Allocation hooks. Every engine buffer, the context included, comes from the
-// allocation hook and goes back through the release hook. The release hook
-// must accept a null pointer.
-typedef void* (*EngineAllocFn)(uint32_t byteCount);
-typedef void (*EngineFreeFn)(void* block);
-
-// EngineOptions bits.
-enum { OPT_LANCZOS = 1, OPT_SHARPEN = 2, OPT_REFINE = 4, OPT_ANTIALIAS = 8 };
-
-// KernelVariant: the 8-bit upscale implementation.
-enum { KERNEL_CELL = 0, KERNEL_NONE = 1, KERNEL_TWO_PASS = 2 };
-
-// depthMode values.
-enum { DEPTH_8 = 0, DEPTH_16 = 1 };
+// Allocation hooks (types in core/EngineTypes.h). Every context and every
+// buffer a frame needs comes from the allocation hook, on the thread that
+// calls the engine, and goes back through the release hook. Tables that
+// depend only on settings (positions, weights, curves) are shared between
+// contexts in a small process-wide cache; that cache lives across frames and
+// renders, so it takes its memory from the default aligned allocator, never
+// from the hooks.
 
 // Both null restores the 16-byte-aligned defaults; both set installs them;
 // exactly one null returns -1 and changes nothing.
@@ -38,6 +33,29 @@ int32_t SetEngineAllocator(EngineAllocFn alloc, EngineFreeFn release);
 // Channel ceilings the kernels clamp to: 2..255 and 2..65535, else -1.
 int32_t SetMaxValue8(int32_t value);
 int32_t SetMaxValue16(int32_t value);
+
+// How new contexts run. Levels: 0 scalar, 1 SSE2, 2 AVX2, 3 AVX-512.
+enum { ENGINE_CPU_SCALAR = 0, ENGINE_CPU_SSE2 = 1, ENGINE_CPU_AVX2 = 2, ENGINE_CPU_AVX512 = 3 };
+
+// Caps the instruction-set level of contexts created from now on (0..3); -1
+// removes the setting, leaving the environment's QUILLON_CPU (scalar, sse2,
+// avx2 or avx512; any other value is ignored) or no cap. Other values: -1,
+// nothing changes.
+int32_t SetEngineCpuCap(int32_t level);
+// The level new contexts use (the machine's, capped), and the machine's own.
+int32_t GetEngineCpuLevel(void);
+int32_t GetMachineCpuLevel(void);
+
+// Threads (the calling one included) new contexts split a frame's passes
+// over: 1..256; 0 removes the setting, leaving the environment's
+// QUILLON_THREADS or the machine's hardware threads. Other values: -1.
+int32_t SetEngineThreads(uint32_t count);
+uint32_t GetEngineThreads(void);
+
+// Joins the engine's worker threads (they start again when next needed).
+// Call only while no frame is being processed; the plug-in does it at global
+// setdown.
+void StopEngineThreads(void);
 
 // Validates the request and builds a context with its kernels and tables.
 // Returns 0 and stores the context through contextOut, or -1 (nothing is
@@ -49,13 +67,17 @@ int32_t CreateScaleContext(uint32_t srcWidth, uint32_t srcHeight, uint32_t dstWi
                            uint32_t sharpness, uint32_t refineStrength, uint32_t antiAliasAmount,
                            ScaleContext** contextOut);
 
-// Frees everything creation allocated. Null is ignored.
+// Frees everything creation allocated. Null is ignored. A context may be
+// used by several threads at once, but must not be destroyed while in use.
 void DestroyScaleContext(ScaleContext* context);
 
 // Runs the passes: upscale, anti-aliasing, refinement, sharpening, then the
 // centring copy into a larger canvas. source is srcWidth x srcHeight pixels,
-// output outWidth x outHeight. Returns 0, or -1 when a pointer is null or a
-// pass could not get its scratch memory.
+// output outWidth x outHeight. Returns 0, or -1 when a pointer is null or the
+// frame's memory could not be had. The frame's memory comes from the
+// allocation hook on the calling thread, before work fans out to the
+// engine's worker threads; workers never call the hooks. Several threads may
+// process frames on one context at once.
 int32_t ProcessFrame(const void* source, void* output, ScaleContext* context);
 
 #ifdef __cplusplus

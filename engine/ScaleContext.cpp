@@ -1,4 +1,6 @@
-// CreateScaleContext and DestroyScaleContext.
+// CreateScaleContext and DestroyScaleContext: validation, the plan, the
+// kernels and the frame layout. The context block is the only memory a
+// context takes from the hook; its tables come from the process-wide cache.
 #include "engine/ScaleContext.h"
 
 #include <cmath>
@@ -7,12 +9,14 @@
 #include <cstring>
 #include <new>
 
-#include "engine/CurveTables.h"
+#include <algorithm>
+
+#include "core/EngineMemory.h"
+#include "core/PortableMath.h"
+#include "engine/Dispatch.h"
 #include "engine/Engine.h"
-#include "engine/EngineMemory.h"
-#include "engine/KernelSelection.h"
-#include "engine/PortableMath.h"
-#include "engine/PositionTables.h"
+#include "engine/ExecutionSettings.h"
+#include "engine/TableCache.h"
 
 namespace quillon {
 namespace {
@@ -71,116 +75,106 @@ void DeriveControls(ScaleContext& c, uint32_t sharpness, uint32_t refineStrength
     c.aaSpread = static_cast<float>(antiAliasAmount / 6 + 1);
 }
 
-template <typename T>
-bool Allocate(T*& field, std::size_t count) {
-    field = static_cast<T*>(EngineAllocate(count * sizeof(T)));
-    return field != nullptr;
-}
-
-// Releases in the documented order, under the conditions creation used.
-void ReleaseContext(ScaleContext* c) {
-    EngineRelease(c->columnFrac);
-    EngineRelease(c->rowFrac);
-    EngineRelease(c->columnIndex);
-    EngineRelease(c->rowIndex);
-    EngineRelease(c->columnWeights);
-    EngineRelease(c->rowWeights);
-    EngineRelease(c->columnSpanEnd);
-    EngineRelease(c->rowSpanEnd);
-    if ((c->options & OPT_REFINE) != 0) {
-        EngineRelease(c->grayMap);
-        EngineRelease(c->latticeMin);
-        EngineRelease(c->latticeMax);
-        EngineRelease(c->refineMax);
-        EngineRelease(c->refineMin);
-        EngineRelease(c->refineCurve);
-    }
-    if ((c->options & OPT_SHARPEN) != 0) {
-        EngineRelease(c->sharpenCurve);
-    }
-    if (c->ownsWorkFrame != 0) {
-        EngineRelease(c->workFrame);
-    }
-    c->~ScaleContext();
-    EngineRelease(c);
-}
-
-// Builds everything after validation. Returns false when an allocation
-// failed; the caller then releases what was taken.
-bool Construct(ScaleContext& c, uint32_t sharpness, uint32_t refineStrength,
-               uint32_t antiAliasAmount) {
+// Lays out one frame's block. False when the block could never be asked for
+// through the hook's 32-bit size.
+bool PlanFrameMemory(ScaleContext& c) {
+    FrameLayout& f = c.frame;
     const std::size_t srcW = c.srcWidth;
     const std::size_t srcH = c.srcHeight;
     const std::size_t dstW = c.dstWidth;
     const std::size_t dstH = c.dstHeight;
-    const std::size_t bytesPerPixel = c.depthMode == DEPTH_16 ? 8 : 4;
-
-    DeriveControls(c, sharpness, refineStrength, antiAliasAmount);
-    c.ownsWorkFrame = 0;
-
+    std::size_t at = 0;
+    auto take = [&at](std::size_t bytes) {
+        const std::size_t offset = at;
+        at += (bytes + 15) & ~std::size_t{15};
+        return offset;
+    };
     const bool knownDepth = c.depthMode == DEPTH_8 || c.depthMode == DEPTH_16;
-    if (c.outHeight > c.dstHeight || c.outWidth > c.dstWidth) {
-        c.ownsWorkFrame = 1;
-        const std::size_t workBytes = dstW * dstH * bytesPerPixel;
-        c.workFrame = EngineAllocate(workBytes);
-        if (c.workFrame == nullptr) {
-            return false;
-        }
-        // Zeroed, so a kernel variant that writes nothing still hands the
-        // centring copy defined (opaque black) pixels.
-        std::memset(c.workFrame, 0, workBytes);
+    if (c.ownsWorkFrame()) {
+        f.workFrame = take(dstW * dstH * c.bytesPerPixel());
     }
-    if (knownDepth) {
-        const KernelChoice choice =
-            SelectKernels(c.depthMode, c.kernelVariant, (c.options & OPT_LANCZOS) != 0);
-        c.slots = choice.slots;
-        if (!Allocate(c.columnWeights, dstW * choice.columnEntryBytes / sizeof(int16_t)) ||
-            !Allocate(c.rowWeights, dstH * choice.rowEntryBytes / sizeof(int16_t))) {
-            return false;
+    if (knownDepth && c.kernels.upscale8.scratchBytes != nullptr) {
+        // The largest band's scratch, once per band.
+        const uint32_t bands = std::min(c.threads, c.dstHeight);
+        for (uint32_t i = 0; i < bands; ++i) {
+            f.upscaleBandBytes =
+                std::max(f.upscaleBandBytes,
+                         c.kernels.upscale8.scratchBytes(c, BandStart(c.dstHeight, bands, i),
+                                                         BandStart(c.dstHeight, bands, i + 1)));
+        }
+        if (f.upscaleBandBytes != 0) {
+            f.upscaleScratch = take(f.upscaleBandBytes * bands);
         }
     }
+    if (knownDepth && (c.options & OPT_REFINE) != 0 && !c.kernels.mapsKept) {
+        const std::size_t lattice = (srcW + 1) * (srcH + 1);
+        f.grey = take(srcW * srcH);
+        f.latticeMin = take(lattice);
+        f.latticeMax = take(lattice);
+        f.mapRowsMin = take((srcH + 1) * dstW * sizeof(int16_t));
+        f.mapRowsMax = take((srcH + 1) * dstW * sizeof(int16_t));
+        f.refineMin = take(dstW * dstH);
+        f.refineMax = take(dstW * dstH);
+    }
+    if (knownDepth && (c.options & OPT_SHARPEN) != 0 && SharpenOriginRows(c) != 0) {
+        f.sharpenPlane = take(dstW * dstH);
+        f.sharpenBandBytes = (SharpenScratchBytes(c) + 15) & ~std::size_t{15};
+        f.sharpenScratch = take(f.sharpenBandBytes * std::min(c.threads, SharpenOriginRows(c)));
+    }
+    f.total = at;
+    return at <= UINT32_MAX;
+}
 
-    if (!Allocate(c.columnSpanEnd, srcW - 1) || !Allocate(c.rowSpanEnd, srcH - 1) ||
-        !Allocate(c.columnFrac, dstW) || !Allocate(c.rowFrac, dstH) ||
-        !Allocate(c.columnIndex, dstW) || !Allocate(c.rowIndex, dstH)) {
+// Settles kernels and tables. False when a table cannot be had or a frame
+// could never get its memory.
+bool Construct(ScaleContext& c, uint32_t sharpness, uint32_t refineStrength,
+               uint32_t antiAliasAmount) {
+    DeriveControls(c, sharpness, refineStrength, antiAliasAmount);
+    c.level = ActiveCpuLevel();
+    c.threads = ActiveThreadCount();
+    c.kernels =
+        ChooseKernels(c.depthMode, c.kernelVariant, (c.options & OPT_LANCZOS) != 0, c.level);
+
+    c.columnTables =
+        AcquireAxisTables(c.srcWidth, c.dstWidth, c.kernels.columnLayout, Axis::Columns);
+    c.rowTables = AcquireAxisTables(c.srcHeight, c.dstHeight, c.kernels.rowLayout, Axis::Rows);
+    if (!c.columnTables || !c.rowTables) {
         return false;
     }
-    ScratchBuffer<double> columnPositions(srcW);
-    ScratchBuffer<double> rowPositions(srcH);
-    if (!columnPositions || !rowPositions) {
-        return false;
-    }
-    buildAxisSpans(c.srcWidth, c.dstWidth, columnPositions.get(), c.columnSpanEnd);
-    buildAxisSpans(c.srcHeight, c.dstHeight, rowPositions.get(), c.rowSpanEnd);
-    buildAxisIndex(c.srcWidth, columnPositions.get(), c.columnFrac, c.columnIndex);
-    buildAxisIndex(c.srcHeight, rowPositions.get(), c.rowFrac, c.rowIndex);
-
-    if (knownDepth) {
-        const float cubicA = (c.options & OPT_LANCZOS) != 0 ? 0.0f : -0.75f;
-        c.slots.buildColumnWeights(c.dstWidth, c.columnFrac, c.columnWeights, cubicA);
-        c.slots.buildRowWeights(c.dstHeight, c.rowFrac, c.rowWeights, cubicA);
-    }
+    c.columnSpanEnd = c.columnTables->spanEnd;
+    c.rowSpanEnd = c.rowTables->spanEnd;
+    c.columnWeights = c.columnTables->weights;
+    c.rowWeights = c.rowTables->weights;
+    c.columnIndex = c.columnTables->index;
+    c.rowIndex = c.rowTables->index;
+    c.columnFrac = c.columnTables->fraction;
+    c.rowFrac = c.rowTables->fraction;
 
     if ((c.options & OPT_REFINE) != 0) {
-        const std::size_t latticeSize = (srcW + 1) * (srcH + 1);
-        if (!Allocate(c.grayMap, srcW * srcH) || !Allocate(c.latticeMin, latticeSize) ||
-            !Allocate(c.latticeMax, latticeSize) || !Allocate(c.refineMax, dstW * dstH) ||
-            !Allocate(c.refineMin, dstW * dstH) ||
-            !Allocate(c.refineCurve, std::size_t{kRefineCurveRows} * kRefineCurveColumns)) {
+        c.refineCurveTable = AcquireRefineCurve(c.refineShape);
+        if (!c.refineCurveTable) {
             return false;
         }
-        // Row 0 (a range of 0) is never read; zeroed so that a context's
-        // memory does not depend on what the allocator handed out.
-        std::memset(c.refineCurve, 0, kRefineCurveColumns * sizeof(int16_t));
-        buildRefineCurve(c.refineShape, c.refineCurve);
+        c.refineCurve = c.refineCurveTable.get();
+        c.map.columns = c.columnTables->mapLattice;
+        c.map.columnWeights = c.columnTables->mapWeight;
+        c.map.rows = c.rowTables->mapLattice;
+        c.map.rowWeights = c.rowTables->mapWeight;
+        c.map.usable = c.columnTables->mapUsable && c.rowTables->mapUsable;
     }
     if ((c.options & OPT_SHARPEN) != 0) {
-        if (!Allocate(c.sharpenCurve, kSharpenCurveSize)) {
+        c.sharpenCurveTable = AcquireSharpenCurve(c.sharpenGain);
+        if (!c.sharpenCurveTable) {
             return false;
         }
-        buildSharpenCurve(c.sharpenGain, c.sharpenCurve);
+        c.sharpenCurve = c.sharpenCurveTable.get();
     }
-    return true;
+    return PlanFrameMemory(c);
+}
+
+void ReleaseContext(ScaleContext* c) {
+    c->~ScaleContext();
+    EngineRelease(c);
 }
 
 }  // namespace
@@ -202,6 +196,8 @@ extern "C" int32_t CreateScaleContext(uint32_t srcWidth, uint32_t srcHeight, uin
         return -1;
     }
     // Value-initialised: every pointer the request does not need stays null.
+    // The cache's shared pointers may throw when memory runs out; nothing
+    // may leave the C boundary, so that ends as a refused request.
     ScaleContext* c = new (block) ScaleContext{};
     c->srcWidth = srcWidth;
     c->srcHeight = srcHeight;
@@ -212,7 +208,13 @@ extern "C" int32_t CreateScaleContext(uint32_t srcWidth, uint32_t srcHeight, uin
     c->options = options;
     c->depthMode = depthMode;
     c->kernelVariant = kernelVariant;
-    if (!Construct(*c, sharpness, refineStrength, antiAliasAmount)) {
+    bool built = false;
+    try {
+        built = Construct(*c, sharpness, refineStrength, antiAliasAmount);
+    } catch (...) {
+        built = false;
+    }
+    if (!built) {
         ReleaseContext(c);
         return -1;
     }

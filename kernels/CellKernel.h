@@ -12,18 +12,18 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "engine/ScaleContext.h"
+#include "core/FramePlan.h"
 #include "kernels/Horizontal8x8.h"
 #include "kernels/UpscaleGeometry.h"
 
 namespace quillon::upscale {
 
-// Sample: the frame's channel type. Held: the type the horizontal results
-// are kept in between the two steps (16 bits for 8-bit frames, 32 for
-// 16-bit ones). Taps: 4 (cubic) or 8 (Lanczos).
+// Destination rows [rowBegin, rowEnd) only. Sample: the frame's channel type. Held: the type the
+// horizontal results are kept in between the two steps (16 bits for 8-bit frames, 32 for 16-bit
+// ones). Taps: 4 (cubic) or 8 (Lanczos).
 template <typename Sample, typename Held, int Taps>
-bool UpscaleCells(const Sample* source, Sample* destination, const ScaleContext* context,
-                  int32_t maxValue) {
+bool UpscaleCells(const Sample* source, Sample* destination, const FramePlan* context,
+                  int32_t maxValue, uint32_t rowBegin, uint32_t rowEnd) {
     static_assert(Taps == 4 || Taps == 8);
     if (!KernelInputsUsable(source, destination, context)) {
         return false;
@@ -40,9 +40,12 @@ bool UpscaleCells(const Sample* source, Sample* destination, const ScaleContext*
     const int16_t* rowWeights = context->rowWeights;
 
     uint32_t r0 = 0;
-    for (uint32_t sy = 0; sy + 1 < srcHeight; ++sy) {
+    for (uint32_t sy = 0; sy + 1 < srcHeight && r0 < rowEnd; ++sy) {
         const uint32_t r1 = SpanEnd(context->rowSpanEnd, sy, srcHeight - 1, dstHeight, r0);
-        if (r1 > r0) {
+        // The part of this interval's rows inside the band.
+        const uint32_t b0 = r0 > rowBegin ? r0 : rowBegin;
+        const uint32_t b1 = r1 < rowEnd ? r1 : rowEnd;
+        if (b1 > b0) {
             const Sample* rows[Taps];
             for (int j = 0; j < Taps; ++j) {
                 rows[j] = source +
@@ -88,9 +91,9 @@ bool UpscaleCells(const Sample* source, Sample* destination, const ScaleContext*
                             }
                         }
                     }
-                    Sample* out = destination + static_cast<std::size_t>(r0) * dstPitch +
+                    Sample* out = destination + static_cast<std::size_t>(b0) * dstPitch +
                                   static_cast<std::size_t>(dx) * 4;
-                    for (uint32_t dy = r0; dy < r1; ++dy) {
+                    for (uint32_t dy = b0; dy < b1; ++dy) {
                         const int16_t* rw = rowWeights + static_cast<std::size_t>(dy) * Taps;
                         for (int ch = 0; ch < 4; ++ch) {
                             int64_t sum = 0;

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "engine/Engine.h"
-#include "engine/Refinement.h"
 #include "engine/ScaleContext.h"
+#include "kernels/Refinement.h"
 #include "kernels/Sharpen.h"
 #include "tests/support/Photos.h"
 
@@ -74,11 +74,14 @@ void SetCounters(benchmark::State& state, double pixels) {
         benchmark::Counter(pixels * 1e-6, benchmark::Counter::kIsIterationInvariantRate);
 }
 
-// One processed frame, so every map and table a pass reads is filled.
+// One processed frame and the refinement maps of its source, so every map
+// and table a pass reads is filled.
 template <typename Sample>
 struct Prepared {
     ContextPtr context;
     std::vector<Sample> frame;
+    std::vector<uint8_t> grey, latticeMin, latticeMax, refineMin, refineMax;
+    quillon::RefineMaps maps() const { return {refineMin.data(), refineMax.data()}; }
 };
 
 // False (the case skipped) when the photo or the context is missing.
@@ -94,6 +97,26 @@ bool Prepare(benchmark::State& state, Prepared<Sample>& p, uint32_t variant = KE
     }
     p.frame.assign(std::size_t{kDstWidth} * kDstHeight * 4, 0);
     ProcessFrame(Source<Sample>().data(), p.frame.data(), p.context.get());
+    const std::size_t lattice = std::size_t{kSrcWidth + 1} * (kSrcHeight + 1);
+    p.grey.resize(std::size_t{kSrcWidth} * kSrcHeight);
+    p.latticeMin.resize(lattice);
+    p.latticeMax.resize(lattice);
+    p.refineMin.resize(std::size_t{kDstWidth} * kDstHeight);
+    p.refineMax.resize(p.refineMin.size());
+    if constexpr (sizeof(Sample) == 1) {
+        quillon::grayFrom8(p.grey.data(), Source<Sample>().data(), kSrcWidth * kSrcHeight);
+    } else {
+        quillon::grayFrom16(p.grey.data(), Source<Sample>().data(), kSrcWidth * kSrcHeight);
+    }
+    quillon::buildLattice(p.grey.data(), p.latticeMin.data(), p.latticeMax.data(), kSrcWidth,
+                          kSrcHeight);
+    const ScaleContext& c = *p.context;
+    quillon::scaleMapBilinear(p.latticeMin.data(), p.refineMin.data(), c.rowIndex, c.columnIndex,
+                              c.columnFrac, c.rowFrac, kSrcWidth, kSrcHeight, kDstWidth,
+                              kDstHeight);
+    quillon::scaleMapBilinear(p.latticeMax.data(), p.refineMax.data(), c.rowIndex, c.columnIndex,
+                              c.columnFrac, c.rowFrac, kSrcWidth, kSrcHeight, kDstWidth,
+                              kDstHeight);
     return true;
 }
 
@@ -115,10 +138,10 @@ void BM_Lattice(benchmark::State& state) {
     if (!Prepare(state, p)) {
         return;
     }
-    ScaleContext& c = *p.context;
     for (auto _ : state) {
-        quillon::buildLattice(c.grayMap, c.latticeMin, c.latticeMax, kSrcWidth, kSrcHeight);
-        benchmark::DoNotOptimize(c.latticeMax);
+        quillon::buildLattice(p.grey.data(), p.latticeMin.data(), p.latticeMax.data(), kSrcWidth,
+                              kSrcHeight);
+        benchmark::DoNotOptimize(p.latticeMax.data());
     }
     SetCounters(state, double{kSrcWidth + 1} * (kSrcHeight + 1));
 }
@@ -130,14 +153,14 @@ void BM_ScaleMaps(benchmark::State& state) {
     if (!Prepare(state, p)) {
         return;
     }
-    ScaleContext& c = *p.context;
-    const auto fn = kVector ? &quillon::scaleMapVector : &quillon::scaleMapBilinear;
+    const ScaleContext& c = *p.context;
+    const auto fn = kVector ? &quillon::scaleMapSse2 : &quillon::scaleMapBilinear;
     for (auto _ : state) {
-        fn(c.latticeMin, c.refineMin, c.rowIndex, c.columnIndex, c.columnFrac, c.rowFrac, kSrcWidth,
-           kSrcHeight, kDstWidth, kDstHeight);
-        fn(c.latticeMax, c.refineMax, c.rowIndex, c.columnIndex, c.columnFrac, c.rowFrac, kSrcWidth,
-           kSrcHeight, kDstWidth, kDstHeight);
-        benchmark::DoNotOptimize(c.refineMax);
+        fn(p.latticeMin.data(), p.refineMin.data(), c.rowIndex, c.columnIndex, c.columnFrac,
+           c.rowFrac, kSrcWidth, kSrcHeight, kDstWidth, kDstHeight);
+        fn(p.latticeMax.data(), p.refineMax.data(), c.rowIndex, c.columnIndex, c.columnFrac,
+           c.rowFrac, kSrcWidth, kSrcHeight, kDstWidth, kDstHeight);
+        benchmark::DoNotOptimize(p.refineMax.data());
     }
     SetCounters(state, double{kDstWidth} * kDstHeight);
 }
@@ -150,7 +173,7 @@ void BM_InPlace(benchmark::State& state) {
         return;
     }
     for (auto _ : state) {
-        Pass(p.frame.data(), p.context.get());
+        Pass(p);
         benchmark::DoNotOptimize(p.frame.data());
     }
     SetCounters(state, double{kDstWidth} * kDstHeight);
@@ -186,19 +209,28 @@ BENCHMARK(BM_Grey<uint16_t, &quillon::grayFrom16>)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Lattice)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ScaleMaps<false>)->Name("BM_ScaleMapsBilinear")->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_ScaleMaps<true>)->Name("BM_ScaleMapsVector")->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_InPlace<uint8_t, &quillon::refineApply8>)
+BENCHMARK(BM_ScaleMaps<true>)->Name("BM_ScaleMapsSse2")->Unit(benchmark::kMillisecond);
+void RefineApply8(Prepared<uint8_t>& p) {
+    quillon::refineApply8(p.frame.data(), p.context.get(), p.maps());
+}
+void RefineApply16(Prepared<uint16_t>& p) {
+    quillon::refineApply16(p.frame.data(), p.context.get(), p.maps());
+}
+void Sharpen8(Prepared<uint8_t>& p) {
+    quillon::sharpen8(p.frame.data(), p.context.get());
+}
+void Sharpen16(Prepared<uint16_t>& p) {
+    quillon::sharpen16(p.frame.data(), p.context.get());
+}
+
+BENCHMARK(BM_InPlace<uint8_t, &RefineApply8>)
     ->Name("BM_RefineApply8")
     ->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_InPlace<uint16_t, &quillon::refineApply16>)
+BENCHMARK(BM_InPlace<uint16_t, &RefineApply16>)
     ->Name("BM_RefineApply16")
     ->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_InPlace<uint8_t, &quillon::sharpen8>)
-    ->Name("BM_Sharpen8")
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_InPlace<uint16_t, &quillon::sharpen16>)
-    ->Name("BM_Sharpen16")
-    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_InPlace<uint8_t, &Sharpen8>)->Name("BM_Sharpen8")->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_InPlace<uint16_t, &Sharpen16>)->Name("BM_Sharpen16")->Unit(benchmark::kMillisecond);
 
 // Upscale alone (Quick, 1) for reference, then Better and Best with Sharpness.
 BENCHMARK(BM_Pipeline<uint8_t>)

@@ -101,12 +101,14 @@ void RunKernel(benchmark::State& state, Kernel kernel, uint32_t variant, uint32_
     SetCounters(state);
 }
 
-void Quillon8(benchmark::State& state, quillon::Upscale8Fn kernel, uint32_t variant,
-              uint32_t options) {
+using Upscale8Fn = bool (*)(const uint8_t*, uint8_t*, const quillon::FramePlan*);
+using Upscale16Fn = bool (*)(const uint16_t*, uint16_t*, const quillon::FramePlan*);
+
+void Quillon8(benchmark::State& state, Upscale8Fn kernel, uint32_t variant, uint32_t options) {
     RunKernel<uint8_t>(state, kernel, variant, options);
 }
 
-void Quillon16(benchmark::State& state, quillon::Upscale16Fn kernel, uint32_t options) {
+void Quillon16(benchmark::State& state, Upscale16Fn kernel, uint32_t options) {
     RunKernel<uint16_t>(state, kernel, KERNEL_CELL, options);
 }
 
@@ -117,9 +119,9 @@ void SourceSizes(benchmark::internal::Benchmark* b) {
 BENCHMARK_CAPTURE(Quillon8, CubicCell, &quillon::upscale8Cubic, KERNEL_CELL, 0)->Apply(SourceSizes);
 BENCHMARK_CAPTURE(Quillon8, LanczosCell, &quillon::upscale8Lanczos, KERNEL_CELL, OPT_LANCZOS)
     ->Apply(SourceSizes);
-BENCHMARK_CAPTURE(Quillon8, CubicTwoPass, &quillon::upscale8CubicTwoPass, KERNEL_TWO_PASS, 0)
+BENCHMARK_CAPTURE(Quillon8, CubicTwoPass, &quillon::upscale8CubicTwoPassSse2, KERNEL_TWO_PASS, 0)
     ->Apply(SourceSizes);
-BENCHMARK_CAPTURE(Quillon8, LanczosTwoPass, &quillon::upscale8LanczosTwoPass, KERNEL_TWO_PASS,
+BENCHMARK_CAPTURE(Quillon8, LanczosTwoPass, &quillon::upscale8LanczosTwoPassSse2, KERNEL_TWO_PASS,
                   OPT_LANCZOS)
     ->Apply(SourceSizes);
 BENCHMARK_CAPTURE(Quillon16, Cubic16Cell, &quillon::upscale16Cubic, 0)

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <set>
+#include <vector>
 
 #include "engine/Engine.h"
 #include "engine/ScaleContext.h"
@@ -88,36 +89,61 @@ TEST(ContextValidation, LimitsAndCombinations) {
     EXPECT_EQ(Create({}, nullptr), -1);
 }
 
+// A context takes one block from the hook, a frame one more (plus what the
+// anti-aliasing takes, on the calling thread). Refusing any one of them,
+// with or without worker threads, ends in -1 with nothing left allocated;
+// once every call is granted the frame is the one the default hooks give.
 TEST(ContextMemory, EveryAllocationFailureIsCleanedUpAndSuccessFreesAll) {
     const struct {
         uint32_t options, depth, variant, outExtra;
     } cases[] = {
         {0, DEPTH_8, KERNEL_CELL, 0},      {1, DEPTH_8, KERNEL_TWO_PASS, 0},
         {15, DEPTH_8, KERNEL_TWO_PASS, 3}, {6, DEPTH_8, KERNEL_NONE, 1},
-        {15, DEPTH_16, KERNEL_CELL, 2},    {5, DEPTH_16, KERNEL_CELL, 0},
+        {15, DEPTH_16, KERNEL_CELL, 2},    {13, DEPTH_16, KERNEL_CELL, 0},
+        {9, DEPTH_16, KERNEL_CELL, 1},
     };
-    for (const auto& k : cases) {
-        SCOPED_TRACE(k.options);
-        const Request r{20,        10, 50, 31, 50 + k.outExtra, 31, k.options, k.depth,
-                        k.variant, 3,  10, 6};
-        // The context, 6 tables, 2 position arrays and 2 weight tables; 6 for
-        // refinement, the sharpen curve and an owned work frame.
-        const int total = 11 + (k.options & OPT_REFINE ? 6 : 0) +
-                          (k.options & OPT_SHARPEN ? 1 : 0) + (k.outExtra != 0 ? 1 : 0);
-        for (int failAt = 0; failAt <= total; ++failAt) {  // failAt == total: no failure
-            Counting counting(failAt);
-            ScaleContext* c = nullptr;
-            ASSERT_EQ(Create(r, &c), failAt == total ? 0 : -1) << "failing call " << failAt;
-            EXPECT_EQ(c == nullptr, failAt < total);
-            if (failAt == total) {
-                EXPECT_EQ(Counting::calls, total);
-                EXPECT_EQ(Counting::live.size(), std::size_t(total - 2));  // positions are gone
-                EXPECT_EQ(c->ownsWorkFrame, k.outExtra != 0 ? 1 : 0);
+    for (const uint32_t threads : {1u, 3u}) {
+        ASSERT_EQ(SetEngineThreads(threads), 0);
+        for (const auto& k : cases) {
+            SCOPED_TRACE(testing::Message() << k.options << " " << k.depth << " " << k.variant
+                                            << ", " << threads << " threads");
+            const Request r{20,        10, 50, 31, 50 + k.outExtra, 31, k.options, k.depth,
+                            k.variant, 3,  10, 6};
+            const std::size_t outBytes =
+                std::size_t{r.outW} * r.outH * (k.depth == DEPTH_16 ? 8 : 4);
+            const auto src = quillon::support::RandomFrame<uint8_t>(
+                20 * (k.depth == DEPTH_16 ? 2 : 1), 10, 255, 7);
+            std::vector<uint8_t> want(outBytes, 0x33);
+            {
+                ScaleContext* c = nullptr;
+                ASSERT_EQ(Create(r, &c), 0);
+                ASSERT_EQ(ProcessFrame(src.data(), want.data(), c), 0);
+                DestroyScaleContext(c);
             }
-            DestroyScaleContext(c);
-            EXPECT_TRUE(Counting::live.empty());
+            bool done = false;
+            for (int failAt = 0; failAt < 64 && !done; ++failAt) {
+                Counting counting(failAt);
+                std::vector<uint8_t> out(outBytes, 0x33);
+                ScaleContext* c = nullptr;
+                int32_t result = Create(r, &c);
+                EXPECT_EQ(c == nullptr, result != 0);
+                if (result == 0) {
+                    result = ProcessFrame(src.data(), out.data(), c);
+                }
+                DestroyScaleContext(c);
+                EXPECT_TRUE(Counting::live.empty()) << "failing call " << failAt;
+                if (result == 0) {
+                    done = true;
+                    EXPECT_LE(Counting::calls, failAt) << "succeeded past a refused call";
+                    EXPECT_EQ(out, want);
+                } else {
+                    EXPECT_GT(Counting::calls, failAt) << "failed without a refused call";
+                }
+            }
+            EXPECT_TRUE(done);
         }
     }
+    SetEngineThreads(0);
 }
 
 TEST(ContextMemory, SettingsOversizedBuffersAndDefaultAlignment) {
@@ -137,7 +163,8 @@ TEST(ContextMemory, SettingsOversizedBuffersAndDefaultAlignment) {
     Counting::calls = 0;
     ASSERT_EQ(Create({7, 5, 23, 9, 25, 9, 15, DEPTH_8, KERNEL_TWO_PASS, 1, 1, 1}, &c), 0);
     EXPECT_EQ(Counting::calls, 0);
-    for (const void* p : {static_cast<void*>(c), static_cast<void*>(c->rowWeights), c->workFrame}) {
+    for (const void* p : {static_cast<const void*>(c), static_cast<const void*>(c->rowWeights),
+                          static_cast<const void*>(c->columnWeights)}) {
         EXPECT_EQ(reinterpret_cast<uintptr_t>(p) % 16, 0u);
     }
     DestroyScaleContext(c);

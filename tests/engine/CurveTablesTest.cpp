@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "engine/CurveTables.h"
+#include "core/CurveTables.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "engine/PortableMath.h"
+#include "core/PortableMath.h"
 
 namespace {
 

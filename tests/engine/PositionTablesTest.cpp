@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "engine/PositionTables.h"
+#include "core/PositionTables.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "engine/WeightTables.h"
+#include "core/WeightTables.h"
 
 namespace {
 

@@ -118,6 +118,9 @@ std::vector<uint8_t> TwoPassModel(const std::vector<uint8_t>& src, const ScaleCo
     return out;
 }
 
+using Upscale8Fn = bool (*)(const uint8_t*, uint8_t*, const FramePlan*);
+using Upscale16Fn = bool (*)(const uint16_t*, uint16_t*, const FramePlan*);
+
 // Every upscale kernel with the options and variant that select it.
 struct KernelCase {
     const char* name;
@@ -135,8 +138,10 @@ struct KernelCase {
 const KernelCase kKernels[] = {
     {"cubic cell", &upscale8Cubic, nullptr, KERNEL_CELL, 0},
     {"lanczos cell", &upscale8Lanczos, nullptr, KERNEL_CELL, OPT_LANCZOS},
-    {"cubic two-pass", &upscale8CubicTwoPass, nullptr, KERNEL_TWO_PASS, 0},
-    {"lanczos two-pass", &upscale8LanczosTwoPass, nullptr, KERNEL_TWO_PASS, OPT_LANCZOS},
+#ifdef QUILLON_X86_KERNELS
+    {"cubic two-pass sse2", &upscale8CubicTwoPassSse2, nullptr, KERNEL_TWO_PASS, 0},
+    {"lanczos two-pass sse2", &upscale8LanczosTwoPassSse2, nullptr, KERNEL_TWO_PASS, OPT_LANCZOS},
+#endif
     {"cubic two-pass scalar", &upscale8CubicTwoPassScalar, nullptr, KERNEL_TWO_PASS, 0},
     {"lanczos two-pass scalar", &upscale8LanczosTwoPassScalar, nullptr, KERNEL_TWO_PASS,
      OPT_LANCZOS},

@@ -6,11 +6,11 @@
 #include <vector>
 
 #include "antialias/AntiAliasStages.h"
-#include "engine/CurveTables.h"
+#include "core/CurveTables.h"
+#include "core/WeightTables.h"
+#include "engine/Dispatch.h"
 #include "engine/Engine.h"
-#include "engine/KernelSelection.h"
 #include "engine/ScaleContext.h"
-#include "engine/WeightTables.h"
 
 namespace quillon::hostcheck {
 namespace {
@@ -134,12 +134,13 @@ bool WriteTableFingerprints(const std::string& path, std::string* error) {
                     out.Line("positions", setting, positions);
                     out.Line("weights", setting, weights);
                     // The weight tables in the kernel's own layout.
-                    const KernelChoice choice =
-                        SelectKernels(depth, variant, (options & OPT_LANCZOS) != 0);
+                    const KernelTable choice = ChooseKernels(
+                        depth, variant, (options & OPT_LANCZOS) != 0, CpuLevel::Scalar);
                     Fingerprint layout;
                     layout.Add(c.columnWeights,
-                               std::size_t{c.dstWidth} * choice.columnEntryBytes / 2);
-                    layout.Add(c.rowWeights, std::size_t{c.dstHeight} * choice.rowEntryBytes / 2);
+                               std::size_t{c.dstWidth} * WeightEntryValues(choice.columnLayout));
+                    layout.Add(c.rowWeights,
+                               std::size_t{c.dstHeight} * WeightEntryValues(choice.rowLayout));
                     out.Line("layout", setting, layout);
                 }
             }

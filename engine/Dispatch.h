@@ -1,0 +1,40 @@
+// The kernels one context runs, chosen once at creation by depth, variant,
+// filter and instruction-set level (engine/Dispatch.cpp is the only place
+// that chooses).
+#ifndef QUILLON_ENGINE_DISPATCH_H
+#define QUILLON_ENGINE_DISPATCH_H
+
+#include <cstdint>
+
+#include "core/CpuLevel.h"
+#include "engine/TableCache.h"
+#include "kernels/Refinement.h"
+#include "kernels/Sharpen.h"
+#include "kernels/UpscaleBand.h"
+
+namespace quillon {
+
+struct KernelTable {
+    UpscaleKernel<uint8_t> upscale8;
+    UpscaleKernel<uint16_t> upscale16;
+    GreyFn8 grey8 = nullptr;
+    GreyFn16 grey16 = nullptr;
+    ScaleMapVerticalFn mapVertical = nullptr;
+    bool mapsKept = false;  // KERNEL_NONE: the maps are not resized (they stay zero)
+    RefineApplyFn8 refine8 = nullptr;
+    RefineApplyFn16 refine16 = nullptr;
+    SharpenPlaneFn<uint8_t> sharpenPlane8 = nullptr;
+    SharpenPlaneFn<uint16_t> sharpenPlane16 = nullptr;
+    SharpenApplyFn<uint8_t> sharpenApply8 = nullptr;
+    SharpenApplyFn<uint16_t> sharpenApply16 = nullptr;
+    // The weight layouts the upscale kernels read.
+    WeightLayout columnLayout = WeightLayout::None;
+    WeightLayout rowLayout = WeightLayout::None;
+};
+
+// depthMode other than DEPTH_8 / DEPTH_16 gets no upscale kernel.
+KernelTable ChooseKernels(uint32_t depthMode, uint32_t kernelVariant, bool lanczos, CpuLevel level);
+
+}  // namespace quillon
+
+#endif  // QUILLON_ENGINE_DISPATCH_H
