@@ -12,6 +12,7 @@ set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")
 
 option(QUILLON_WERROR "Treat compiler warnings as errors" ON)
 option(QUILLON_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+option(QUILLON_TSAN "Build with ThreadSanitizer" OFF)
 
 # Warnings for the project's own targets (not for third-party code).
 function(quillon_set_warnings target)
@@ -44,6 +45,11 @@ if(QUILLON_SANITIZE AND NOT MSVC)
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
                         -fno-omit-frame-pointer)
     add_link_options(-fsanitize=address,undefined)
+endif()
+
+if(QUILLON_TSAN AND NOT MSVC)
+    add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=thread)
 endif()
 
 # quillon_isa_sources(target LEVEL file...): adds sources that use one

@@ -57,6 +57,13 @@ uint32_t GetEngineThreads(void);
 // setdown.
 void StopEngineThreads(void);
 
+// Runs band(state, rowBegin, rowEnd) over rows 0..rowCount split into as
+// many bands as the threads in force, on the engine's worker threads and the
+// calling one; returns when every band is done. The plug-in's pixel
+// conversions use it. band must not call the allocation hooks or the host.
+typedef void (*EngineRowBandFn)(void* state, uint32_t rowBegin, uint32_t rowEnd);
+void RunEngineRowBands(uint32_t rowCount, EngineRowBandFn band, void* state);
+
 // Validates the request and builds a context with its kernels and tables.
 // Returns 0 and stores the context through contextOut, or -1 (nothing is
 // allocated and *contextOut is not written). Sources narrower or lower than

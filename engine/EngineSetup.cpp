@@ -1,5 +1,6 @@
 // The C boundary's process-wide settings: hooks, channel ceilings, level cap,
 // threads.
+#include <algorithm>
 #include <optional>
 
 #include "core/CpuFeatures.h"
@@ -7,6 +8,7 @@
 #include "core/EngineSettings.h"
 #include "engine/Engine.h"
 #include "engine/ExecutionSettings.h"
+#include "engine/ScaleContext.h"
 #include "engine/ThreadPool.h"
 
 extern "C" int32_t SetEngineAllocator(EngineAllocFn alloc, EngineFreeFn release) {
@@ -56,4 +58,26 @@ extern "C" uint32_t GetEngineThreads(void) {
 
 extern "C" void StopEngineThreads(void) {
     quillon::StopWorkers();
+}
+
+extern "C" void RunEngineRowBands(uint32_t rowCount, EngineRowBandFn band, void* state) {
+    if (band == nullptr || rowCount == 0) {
+        return;
+    }
+    struct Bands {
+        EngineRowBandFn band;
+        void* state;
+        uint32_t rows;
+        uint32_t count;
+    };
+    const uint32_t threads = quillon::ActiveThreadCount();
+    Bands bands{band, state, rowCount, std::min(threads, rowCount)};
+    quillon::RunTasks(
+        bands.count, threads,
+        [](void* p, uint32_t i) {
+            const auto& b = *static_cast<const Bands*>(p);
+            b.band(b.state, quillon::BandStart(b.rows, b.count, i),
+                   quillon::BandStart(b.rows, b.count, i + 1));
+        },
+        &bands);
 }

@@ -1,5 +1,6 @@
 #include <cstring>
 
+#include "engine/Engine.h"
 #include "host/Branding.h"
 #include "host/Commands.h"
 #include "host/HostApp.h"
@@ -43,6 +44,10 @@ PF_Err HandleGlobalSetup(const CommandArgs& args) {
 }
 
 PF_Err HandleGlobalSetdown(const CommandArgs& args) {
+    // The engine's worker threads end here, on the host's thread, not at
+    // library unload: a Windows library's unload runs under the loader lock,
+    // where waiting for a thread to end would never return.
+    StopEngineThreads();
     if (args.in_data == nullptr) {
         return kMissingRecordError;
     }

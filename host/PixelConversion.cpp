@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "engine/Engine.h"
+
 namespace quillon::host {
 namespace {
 
@@ -68,6 +70,23 @@ Span Overlap(int32_t frameSize, int32_t worldSize) {
     return Span{0, d, worldSize};
 }
 
+// Runs rows(y0, y1) over [0, count) in bands on the engine's threads. The
+// conversions touch only the two buffers they are given: no memory, no host
+// calls.
+template <typename Rows>
+void ForRowBands(int32_t count, const Rows& rows) {
+    if (count <= 0) {
+        return;
+    }
+    RunEngineRowBands(
+        static_cast<uint32_t>(count),
+        [](void* state, uint32_t begin, uint32_t end) {
+            (*static_cast<const Rows*>(state))(static_cast<int32_t>(begin),
+                                               static_cast<int32_t>(end));
+        },
+        const_cast<Rows*>(&rows));
+}
+
 }  // namespace
 
 template <typename T>
@@ -83,10 +102,12 @@ void ReadCropCentre(const PF_LayerDef& world, T* frame, int32_t width, int32_t h
     const int32_t x0 = (world.width - regionWidth) / 2;
     const int32_t y0 = (world.height - regionHeight) / 2;
     const T m = static_cast<T>(maxValue);
-    for (int32_t y = 0; y < regionHeight; ++y) {
-        HostRowToFrame(WorldPixel<const T>(world, x0, y0 + y),
-                       frame + FrameOffset(0, y, regionWidth), regionWidth, m);
-    }
+    ForRowBands(regionHeight, [&](int32_t begin, int32_t end) {
+        for (int32_t y = begin; y < end; ++y) {
+            HostRowToFrame(WorldPixel<const T>(world, x0, y0 + y),
+                           frame + FrameOffset(0, y, regionWidth), regionWidth, m);
+        }
+    });
 }
 
 template <typename T>
@@ -100,10 +121,12 @@ void WriteCentre(const T* frame, const PF_LayerDef& world, int32_t width, int32_
     const int32_t x0 = (frameWidth - world.width) / 2;
     const int32_t y0 = (frameHeight - world.height) / 2;
     const T m = static_cast<T>(maxValue);
-    for (int32_t y = 0; y < world.height; ++y) {
-        FrameRowToHost(frame + FrameOffset(x0, y0 + y, frameWidth), WorldPixel<T>(world, 0, y),
-                       world.width, m);
-    }
+    ForRowBands(world.height, [&](int32_t begin, int32_t end) {
+        for (int32_t y = begin; y < end; ++y) {
+            FrameRowToHost(frame + FrameOffset(x0, y0 + y, frameWidth), WorldPixel<T>(world, 0, y),
+                           world.width, m);
+        }
+    });
 }
 
 template <typename T>
@@ -115,11 +138,13 @@ void ReadOverlap(const PF_LayerDef& world, T* frame, int32_t width, int32_t heig
     const Span cols = Overlap(width, world.width);
     const Span rows = Overlap(height, world.height);
     const T m = static_cast<T>(maxValue);
-    for (int32_t y = 0; y < rows.count; ++y) {
-        HostRowToFrame(WorldPixel<const T>(world, cols.worldStart, rows.worldStart + y),
-                       frame + FrameOffset(cols.frameStart, rows.frameStart + y, width), cols.count,
-                       m);
-    }
+    ForRowBands(rows.count, [&](int32_t begin, int32_t end) {
+        for (int32_t y = begin; y < end; ++y) {
+            HostRowToFrame(WorldPixel<const T>(world, cols.worldStart, rows.worldStart + y),
+                           frame + FrameOffset(cols.frameStart, rows.frameStart + y, width),
+                           cols.count, m);
+        }
+    });
 }
 
 template <typename T>
@@ -131,10 +156,13 @@ void WriteOverlap(const T* frame, const PF_LayerDef& world, int32_t width, int32
     const Span cols = Overlap(width, world.width);
     const Span rows = Overlap(height, world.height);
     const T m = static_cast<T>(maxValue);
-    for (int32_t y = 0; y < rows.count; ++y) {
-        FrameRowToHost(frame + FrameOffset(cols.frameStart, rows.frameStart + y, width),
-                       WorldPixel<T>(world, cols.worldStart, rows.worldStart + y), cols.count, m);
-    }
+    ForRowBands(rows.count, [&](int32_t begin, int32_t end) {
+        for (int32_t y = begin; y < end; ++y) {
+            FrameRowToHost(frame + FrameOffset(cols.frameStart, rows.frameStart + y, width),
+                           WorldPixel<T>(world, cols.worldStart, rows.worldStart + y), cols.count,
+                           m);
+        }
+    });
 }
 
 #define QUILLON_PIXEL_CONVERSIONS(T)                                                        \

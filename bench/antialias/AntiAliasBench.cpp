@@ -5,6 +5,8 @@
 // "segments" and "chains" count what detection found in the frame.
 #include <benchmark/benchmark.h>
 
+#include "bench/support/BenchMain.h"
+
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -188,4 +190,4 @@ BENCHMARK(BM_Best16)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+QUILLON_BENCHMARK_MAIN()

@@ -5,6 +5,8 @@
 // "Best" (refine + Lanczos), both with Sharpness 2 and Quality 8.
 #include <benchmark/benchmark.h>
 
+#include "bench/support/BenchMain.h"
+
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -252,4 +254,4 @@ BENCHMARK(BM_Pipeline<uint16_t>)
 
 }  // namespace
 
-BENCHMARK_MAIN();
+QUILLON_BENCHMARK_MAIN()

@@ -3,7 +3,9 @@
 // OpenCV's bicubic resize of the same frame on one thread. "frame_time" is
 // seconds per frame.
 #include <benchmark/benchmark.h>
+
 #include <png.h>
+#include "bench/support/BenchMain.h"
 
 #include <csetjmp>
 #include <cstdint>
@@ -189,4 +191,4 @@ BENCHMARK_TEMPLATE(OpenCvCubic, uint16_t)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+QUILLON_BENCHMARK_MAIN()

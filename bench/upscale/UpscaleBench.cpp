@@ -1,8 +1,12 @@
-// Upscale kernels enlarging HD and SD frames to 3840 x 2160, one thread,
-// beside OpenCV's and zimg's resamplers on the same 4-channel 8-bit frames.
+// Upscale kernels enlarging HD and SD frames to 3840 x 2160 (kernels alone:
+// one thread), whole engine frames and context creation (the level and
+// threads in force), beside OpenCV's and zimg's resamplers on the same
+// 4-channel 8-bit frames (one thread).
 // Time is per frame (also as "frame_time"); "out_MPix/s" counts destination
 // pixels per second.
 #include <benchmark/benchmark.h>
+
+#include "bench/support/BenchMain.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -12,6 +16,7 @@
 
 #include "engine/Engine.h"
 #include "engine/ScaleContext.h"
+#include "engine/TableCache.h"
 #include "kernels/Upscale16.h"
 #include "kernels/Upscale8.h"
 
@@ -133,6 +138,90 @@ BENCHMARK_CAPTURE(Quillon16, Lanczos16Cell, &quillon::upscale16Lanczos, OPT_LANC
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
 
+// Whole frames through the engine's boundary, 1920 x 1080 -> 3840 x 2160,
+// with the level and threads in force (--cpu, --threads). Draft: cubic,
+// Quick: Lanczos, Best: Lanczos with refinement, sharpening and
+// anti-aliasing (Sharpness 2, Quality 8, Anti-aliasing 6). args: filter
+// (0 Draft, 1 Quick, 2 Best), bits.
+constexpr uint32_t kFilterOptions[3] = {0, OPT_LANCZOS,
+                                        OPT_LANCZOS | OPT_REFINE | OPT_SHARPEN | OPT_ANTIALIAS};
+
+struct FrameCase {
+    uint32_t options;
+    uint32_t depth;
+    uint32_t variant;
+};
+
+FrameCase CaseOf(const benchmark::State& state) {
+    const bool wide = state.range(1) == 16;
+    return {kFilterOptions[state.range(0)], wide ? uint32_t{DEPTH_16} : uint32_t{DEPTH_8},
+            wide ? uint32_t{KERNEL_CELL} : uint32_t{KERNEL_TWO_PASS}};
+}
+
+int32_t Create(const FrameCase& k, ScaleContext** c) {
+    return CreateScaleContext(1920, 1080, kDstWidth, kDstHeight, kDstWidth, kDstHeight, k.options,
+                              k.depth, k.variant, 2, 8, 6, c);
+}
+
+template <typename Sample>
+void RunFrames(benchmark::State& state, const FrameCase& k) {
+    ScaleContext* raw = nullptr;
+    if (Create(k, &raw) != 0) {
+        state.SkipWithError("context creation failed");
+        return;
+    }
+    const ContextPtr context(raw);
+    const auto src = TexturedFrame<Sample>(1920, 1080, sizeof(Sample) == 1 ? 255 : 32768);
+    std::vector<Sample> dst(static_cast<std::size_t>(kDstWidth) * kDstHeight * 4);
+    for (auto _ : state) {
+        if (ProcessFrame(src.data(), dst.data(), context.get()) != 0) {
+            state.SkipWithError("ProcessFrame failed");
+            break;
+        }
+        benchmark::DoNotOptimize(dst.data());
+        benchmark::ClobberMemory();
+    }
+    SetCounters(state);
+}
+
+void QuillonFrame(benchmark::State& state) {
+    SetMaxValue16(32768);
+    const FrameCase k = CaseOf(state);
+    k.depth == DEPTH_16 ? RunFrames<uint16_t>(state, k) : RunFrames<uint8_t>(state, k);
+}
+
+BENCHMARK(QuillonFrame)
+    ->ArgNames({"filter", "bits"})
+    ->ArgsProduct({{0, 1, 2}, {8, 16}})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+
+// CreateScaleContext, as the plug-in pays it every frame: "warm" after a
+// first context with the same settings (tables from the cache), "cold" with
+// the cache emptied each time.
+void CreateContext(benchmark::State& state) {
+    const FrameCase k = CaseOf(state);
+    const bool cold = state.range(2) != 0;
+    for (auto _ : state) {
+        if (cold) {
+            state.PauseTiming();
+            quillon::ClearTableCache();
+            state.ResumeTiming();
+        }
+        ScaleContext* c = nullptr;
+        if (Create(k, &c) != 0) {
+            state.SkipWithError("context creation failed");
+            break;
+        }
+        DestroyScaleContext(c);
+    }
+}
+
+BENCHMARK(CreateContext)
+    ->ArgNames({"filter", "bits", "cold"})
+    ->ArgsProduct({{0, 1, 2}, {8, 16}, {0, 1}})
+    ->Unit(benchmark::kMicrosecond);
+
 #ifdef QUILLON_BENCH_WITH_OPENCV
 void OpenCvResize(benchmark::State& state, int interpolation) {
     cv::setNumThreads(1);
@@ -241,4 +330,4 @@ BENCHMARK_CAPTURE(ZimgResize, Lanczos4, ZIMG_RESIZE_LANCZOS, 4.0, 0.0)->Apply(So
 
 }  // namespace
 
-BENCHMARK_MAIN();
+QUILLON_BENCHMARK_MAIN()

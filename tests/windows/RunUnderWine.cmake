@@ -1,5 +1,5 @@
 # cmake -DWINE=... -DPREFIX=... -DPROGRAM=<exe> -DARGS=<a|b|...> [-DCLEAN=<dir>]
-#       -P RunUnderWine.cmake
+#       [-DCPU=<level>] -P RunUnderWine.cmake
 # Runs a Windows program in the test prefix. Arguments that are absolute
 # paths of the build machine are handed over as Wine's Z: drive paths.
 cmake_minimum_required(VERSION 3.25)
@@ -7,6 +7,12 @@ set(ENV{WINEPREFIX} ${PREFIX})
 set(ENV{WINEDEBUG} -all)
 set(ENV{WINEDLLOVERRIDES} "mscoree,mshtml=;winemenubuilder.exe=d")
 set(ENV{DISPLAY} "")
+# The engine's instruction-set cap (QUILLON_CPU), when the test asks for one.
+if(CPU)
+    set(ENV{QUILLON_CPU} ${CPU})
+else()
+    unset(ENV{QUILLON_CPU})
+endif()
 if(CLEAN)
     file(REMOVE_RECURSE ${CLEAN})
     file(MAKE_DIRECTORY ${CLEAN})

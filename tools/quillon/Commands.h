@@ -10,6 +10,10 @@ namespace quillon {
 void RunUpscale(const UpscaleOptions& options);
 void RunPipe(const PipeOptions& options);
 void RunPresets();
+void RunInfo();
+
+// Applies --cpu and --threads to the engine for the rest of the run.
+void ApplyExecution(const ExecutionOptions& options);
 
 // What an upscale input is.
 enum class MediaKind { Still, Sequence, Video };

@@ -148,6 +148,12 @@ std::optional<int64_t> ParseBitrate(const std::string& text) {
 std::optional<int> ParseCommandLine(int argc, const char* const* argv, ParsedCommandLine& parsed) {
     CLI::App app{"quillon: enlarges stills, image sequences, video and raw frame streams"};
     app.require_subcommand(1);
+    app.fallthrough();
+    app.add_option("--cpu", parsed.execution.cpu,
+                   "Highest instruction-set level: scalar, sse2, avx2 or avx512")
+        ->check(CLI::IsMember({"scalar", "sse2", "avx2", "avx512"}));
+    app.add_option("--threads", parsed.execution.threads, "Threads a frame is split over (1..256)")
+        ->check(CLI::Range(1, 256));
 
     UpscaleOptions& up = parsed.upscale;
     RawCommon upRaw;
@@ -199,6 +205,8 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, ParsedCom
     AddCommon(pipeCmd, pipe, pipeRaw);
 
     CLI::App* presets = app.add_subcommand("presets", "List the size presets");
+    CLI::App* info = app.add_subcommand(
+        "info", "Print the version, the instruction-set levels and the thread count");
 
     try {
         app.parse(argc, argv);
@@ -251,6 +259,8 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, ParsedCom
             pipe.kernel = *ParseKernelChoice(kernel);
         } else if (presets->parsed()) {
             parsed.command = Command::Presets;
+        } else if (info->parsed()) {
+            parsed.command = Command::Info;
         }
     } catch (const CLI::CallForHelp& e) {
         return app.exit(e);

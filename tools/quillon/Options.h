@@ -46,10 +46,19 @@ struct PipeOptions : CommonOptions {
     KernelChoice kernel = KernelChoice::TwoPass;
 };
 
-enum class Command { None, Upscale, Pipe, Presets };
+enum class Command { None, Upscale, Pipe, Presets, Info };
+
+// How the engine runs (anywhere on the command line, before or after the
+// sub-command): instruction-set cap and threads. Empty / 0: the engine's own
+// choice (QUILLON_CPU, QUILLON_THREADS, the machine).
+struct ExecutionOptions {
+    std::string cpu;
+    uint32_t threads = 0;
+};
 
 struct ParsedCommandLine {
     Command command = Command::None;
+    ExecutionOptions execution;
     UpscaleOptions upscale;
     PipeOptions pipe;
 };

@@ -4,6 +4,8 @@
 #include <cstdio>
 
 #include "Options.h"
+#include "core/CpuLevel.h"
+#include "engine/Engine.h"
 
 namespace quillon {
 
@@ -103,6 +105,9 @@ std::string ToJson(const RunSummary& s) {
     j += ",\"anti_aliasing\":" + std::to_string(s.antiAliasing);
     j += ",\"engine_options\":" + std::to_string(s.engineOptions);
     j += ",\"kernel\":" + JsonString(s.kernel);
+    j += ",\"cpu_level\":" +
+         JsonString(std::string(CpuLevelName(static_cast<CpuLevel>(GetEngineCpuLevel()))));
+    j += ",\"threads\":" + std::to_string(GetEngineThreads());
     if (!s.codec.empty()) {
         j += ",\"codec\":" + JsonString(s.codec);
     }

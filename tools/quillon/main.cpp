@@ -17,6 +17,7 @@ int main(int argc, char** argv) {
         return *code;
     }
     try {
+        quillon::ApplyExecution(parsed.execution);
         switch (parsed.command) {
             case quillon::Command::Upscale:
                 quillon::RunUpscale(parsed.upscale);
@@ -26,6 +27,9 @@ int main(int argc, char** argv) {
                 break;
             case quillon::Command::Presets:
                 quillon::RunPresets();
+                break;
+            case quillon::Command::Info:
+                quillon::RunInfo();
                 break;
             case quillon::Command::None:
                 return static_cast<int>(ExitCode::Usage);
