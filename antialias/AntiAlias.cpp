@@ -1,10 +1,11 @@
 // The anti-aliasing pass: staircase detection on the source frame, then
 // smoothing of the enlarged frame along the detected chains, in place.
 //
-// Detection (steps 2-12) is one implementation for both depths, fed by an
-// 8-bit grey image; only the grey source and the spot load/blend differ.
-// All work memory is taken before the destination is touched, so a failed
-// allocation leaves the destination exactly as the upscale wrote it.
+// Detection (edge classification, cleaning, segment extraction and chain
+// linking) is one implementation for both depths, fed by an 8-bit grey
+// image; only the grey source and the spot load/blend differ. All work
+// memory is taken before the destination is touched, so a failed allocation
+// leaves the destination exactly as the upscale wrote it.
 #include "antialias/AntiAlias.h"
 
 #include "antialias/AntiAliasStages.h"
@@ -71,7 +72,7 @@ bool usableContext(const FramePlan* context) {
 }
 
 bool runPass(const void* source, void* destination, const FramePlan* context, GreyFn makeGrey,
-             aa::BlendSpotFn blend, int32_t maxValue) {
+             aa::BlendSpotFn blend, int32_t maxValue, const aa::BlendKernels* kernels) {
     if (source == nullptr || destination == nullptr || context == nullptr) {
         return false;
     }
@@ -105,12 +106,21 @@ bool runPass(const void* source, void* destination, const FramePlan* context, Gr
     if (!geometry.valid) {
         return false;
     }
+    // The blend only reads the layout's top-left (2r + 1) x (2r + 1) pixels;
+    // they are packed, rows after rows, with a spare lane a pixel so that a
+    // cell matches a pixel's four channels.
+    const int32_t side = 2 * geometry.r + 1;
+    const std::size_t packed =
+        aa::kCellDoubles * static_cast<std::size_t>(side) * static_cast<std::size_t>(side);
+    aa::WorkArray<double> layout;
     aa::WorkArray<double> weights;
     aa::WorkArray<double> window;
-    if (!weights.resize(geometry.doubles) || !window.resize(geometry.doubles)) {
+    if (side > geometry.n || !layout.resize(geometry.doubles) || !weights.resize(packed) ||
+        !window.resize(packed)) {
         return false;
     }
-    aa::buildSpotWeights(weights.data(), geometry.doubles);
+    aa::buildSpotWeights(layout.data(), geometry.doubles);
+    aa::packSpotLayout(layout.data(), geometry.n, side, weights.data());
     window.fill(0.0);
 
     aa::SpotFrame spot;
@@ -119,11 +129,12 @@ bool runPass(const void* source, void* destination, const FramePlan* context, Gr
     spot.height = static_cast<int32_t>(context->dstHeight);
     spot.weights = weights.data();
     spot.window = window.data();
-    spot.n = geometry.n;
+    spot.n = side;
     spot.r = geometry.r;
     spot.follow = static_cast<double>(context->aaFollow);
     spot.mix = static_cast<double>(context->aaMix);
     spot.maxValue = maxValue;
+    spot.kernels = kernels != nullptr ? kernels : &aa::kBlendScalar;
     aa::traceRowChains(context, detection.rowChains, spot, blend);
     aa::traceColumnChains(context, detection.columnChains, spot, blend);
     return true;
@@ -131,12 +142,14 @@ bool runPass(const void* source, void* destination, const FramePlan* context, Gr
 
 }  // namespace
 
-bool antiAlias8(const uint8_t* source, uint8_t* destination, const FramePlan* context) {
-    return runPass(source, destination, context, grey8, aa::blendSpot8, MaxValue8());
+bool antiAlias8(const uint8_t* source, uint8_t* destination, const FramePlan* context,
+                const aa::BlendKernels* kernels) {
+    return runPass(source, destination, context, grey8, aa::blendSpot8, MaxValue8(), kernels);
 }
 
-bool antiAlias16(const uint16_t* source, uint16_t* destination, const FramePlan* context) {
-    return runPass(source, destination, context, grey16, aa::blendSpot16, MaxValue16());
+bool antiAlias16(const uint16_t* source, uint16_t* destination, const FramePlan* context,
+                 const aa::BlendKernels* kernels) {
+    return runPass(source, destination, context, grey16, aa::blendSpot16, MaxValue16(), kernels);
 }
 
 }  // namespace quillon

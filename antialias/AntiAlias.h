@@ -5,14 +5,19 @@
 
 #include <cstdint>
 
+#include "antialias/SpotKernels.h"
 #include "core/FramePlan.h"
 
 namespace quillon {
 
 // Return false, leaving the destination as the upscale wrote it, when work
-// memory cannot be allocated.
-bool antiAlias8(const uint8_t* source, uint8_t* destination, const FramePlan* context);
-bool antiAlias16(const uint16_t* source, uint16_t* destination, const FramePlan* context);
+// memory cannot be allocated. `kernels` are the blend kernels the engine's
+// dispatch chose for the processor (every level gives the same bytes); null
+// takes the scalar ones.
+bool antiAlias8(const uint8_t* source, uint8_t* destination, const FramePlan* context,
+                const aa::BlendKernels* kernels = nullptr);
+bool antiAlias16(const uint16_t* source, uint16_t* destination, const FramePlan* context,
+                 const aa::BlendKernels* kernels = nullptr);
 
 }  // namespace quillon
 

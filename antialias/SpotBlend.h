@@ -3,10 +3,12 @@
 #ifndef QUILLON_ANTIALIAS_SPOTBLEND_H
 #define QUILLON_ANTIALIAS_SPOTBLEND_H
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 
 #include "antialias/AntiAliasStages.h"
+#include "antialias/SpotKernels.h"
 
 namespace quillon::aa {
 
@@ -22,8 +24,8 @@ inline bool insideFrame(const SpotFrame& spot, int32_t x, int32_t y) {
 }
 
 inline std::size_t layoutOffset(const SpotFrame& spot, int32_t row, int32_t column) {
-    return 3 * (static_cast<std::size_t>(row) * static_cast<std::size_t>(spot.n) +
-                static_cast<std::size_t>(column));
+    return kCellDoubles * (static_cast<std::size_t>(row) * static_cast<std::size_t>(spot.n) +
+                           static_cast<std::size_t>(column));
 }
 
 // Copies channels 0-2 of the spot around (x, y) into the window; pixels
@@ -44,14 +46,15 @@ void loadSpotWindowT(const SpotFrame& spot, int32_t x, int32_t y) {
                 m[1] = 0.0;
                 m[2] = 0.0;
             }
+            m[3] = 0.0;
         }
     }
 }
 
 // The first spot of a chain only loads the window. Later spots move the
-// window towards the frame and the frame towards the window. Rows go top to
-// bottom, columns right to left; pixels outside the frame are skipped and
-// leave their window entries alone.
+// window towards the frame and the frame towards the window, channel by
+// channel (see SpotKernels.h), one spot row at a time; pixels outside the
+// frame are skipped and leave their window cells alone.
 template <typename Channel>
 void blendSpotT(const SpotFrame& spot, int32_t x, int32_t y, bool* firstFlag) {
     if (*firstFlag) {
@@ -60,34 +63,24 @@ void blendSpotT(const SpotFrame& spot, int32_t x, int32_t y, bool* firstFlag) {
         return;
     }
     const int32_t r = spot.r;
-    const double base = followDenominatorBase();
-    const double follow = spot.follow;
-    const double mix = spot.mix;
-    const double ceiling = spot.maxValue;
+    const int64_t left = std::max<int64_t>(int64_t{x} - r, 0);
+    const int64_t right = std::min<int64_t>(int64_t{x} + r, int64_t{spot.width} - 1);
+    if (left > right) {
+        return;
+    }
+    const BlendParams params{spot.follow, spot.mix, followDenominatorBase(), spot.maxValue};
+    const BlendRowFn<Channel> row =
+        blendRowOf<Channel>(spot.kernels != nullptr ? *spot.kernels : kBlendScalar);
+    const auto column = static_cast<int32_t>(left - x + r);
+    const auto count = static_cast<int32_t>(right - left + 1);
     for (int32_t dy = -r; dy <= r; ++dy) {
-        for (int32_t dx = r; dx >= -r; --dx) {
-            if (!insideFrame(spot, x + dx, y + dy)) {
-                continue;
-            }
-            Channel* p = pixelAt<Channel>(spot, x + dx, y + dy);
-            const std::size_t at = layoutOffset(spot, dy + r, dx + r);
-            for (int k = 0; k < 3; ++k) {
-                const double v = p[k];
-                const double w = spot.weights[at + k];
-                double m = spot.window[at + k];
-                m = m + follow * (v - m) / (base - w);
-                spot.window[at + k] = m;
-                const double t = std::trunc((1.0 - mix * w) * v + mix * w * m + 0.5);
-                // Limited from above first, then from below (a NaN gives 0).
-                if (t > ceiling) {
-                    p[k] = static_cast<Channel>(spot.maxValue);
-                } else if (t >= 0.0) {
-                    p[k] = static_cast<Channel>(t);
-                } else {
-                    p[k] = 0;
-                }
-            }
+        const int64_t line = int64_t{y} + dy;
+        if (line < 0 || line >= spot.height) {
+            continue;
         }
+        const std::size_t at = layoutOffset(spot, dy + r, column);
+        row(params, spot.weights + at, spot.window + at,
+            pixelAt<Channel>(spot, static_cast<int32_t>(left), static_cast<int32_t>(line)), count);
     }
 }
 

@@ -64,6 +64,19 @@ void buildSpotWeights(double* weights, std::size_t doubles) {
     }
 }
 
+void packSpotLayout(const double* layout, int32_t n, int32_t side, double* packed) {
+    for (int32_t row = 0; row < side; ++row) {
+        for (int32_t column = 0; column < side; ++column) {
+            const double* from = layout + 3 * (static_cast<std::size_t>(row) * n + column);
+            double* to = packed + kCellDoubles * (static_cast<std::size_t>(row) * side + column);
+            to[0] = from[0];
+            to[1] = from[1];
+            to[2] = from[2];
+            to[3] = 0.0;
+        }
+    }
+}
+
 double followDenominatorBase() {
     return std::bit_cast<double>(uint64_t{0x3FFF333333333334});
 }

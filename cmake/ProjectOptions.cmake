@@ -41,6 +41,17 @@ function(quillon_strict_float target)
     endif()
 endfunction()
 
+option(QUILLON_FUZZ "Build the libFuzzer harnesses (clang), everything instrumented for them" OFF)
+
+if(QUILLON_FUZZ)
+    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        message(FATAL_ERROR "QUILLON_FUZZ needs clang (the fuzz preset chooses clang-14)")
+    endif()
+    add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all
+                        -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=address,undefined)
+endif()
+
 if(QUILLON_SANITIZE AND NOT MSVC)
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
                         -fno-omit-frame-pointer)

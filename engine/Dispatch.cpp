@@ -67,6 +67,12 @@ constexpr Family<SharpenApplyFn<uint8_t>> kSharpenApply8{
 constexpr Family<SharpenApplyFn<uint16_t>> kSharpenApply16{
     {&sharpenApply16Rows, nullptr, nullptr, nullptr}};
 
+// Anti-aliasing spot blend (the AVX2 kernels serve AVX-512 too: wider
+// division gains nothing per channel).
+constexpr Family<const aa::BlendKernels*> kAntiAliasBlend{
+    {&aa::kBlendScalar, QUILLON_X86_ONLY(&aa::kBlendSse2), QUILLON_X86_ONLY(&aa::kBlendAvx2),
+     nullptr}};
+
 struct Upscale8Row {
     const Family<Up8>* family;
     BandScratchFn scratch;
@@ -102,6 +108,7 @@ KernelTable ChooseKernels(uint32_t depthMode, uint32_t kernelVariant, bool lancz
     k.sharpenPlane16 = Pick(kSharpenPlane16, level);
     k.sharpenApply8 = Pick(kSharpenApply8, level);
     k.sharpenApply16 = Pick(kSharpenApply16, level);
+    k.antiAliasBlend = Pick(kAntiAliasBlend, level);
     const int filter = lanczos ? 1 : 0;
     if (depthMode == DEPTH_8 && kernelVariant < 3) {
         const Upscale8Row& row = kUpscale8[kernelVariant][filter];

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 
+#include "antialias/SpotKernels.h"
 #include "core/CpuLevel.h"
 #include "engine/TableCache.h"
 #include "kernels/Refinement.h"
@@ -27,6 +28,7 @@ struct KernelTable {
     SharpenPlaneFn<uint16_t> sharpenPlane16 = nullptr;
     SharpenApplyFn<uint8_t> sharpenApply8 = nullptr;
     SharpenApplyFn<uint16_t> sharpenApply16 = nullptr;
+    const aa::BlendKernels* antiAliasBlend = nullptr;
     // The weight layouts the upscale kernels read.
     WeightLayout columnLayout = WeightLayout::None;
     WeightLayout rowLayout = WeightLayout::None;

@@ -143,7 +143,8 @@ bool Run8(const ScaleContext& c, const uint8_t* source, uint8_t* work, const Fra
     if (!Upscale(c, k.upscale8, source, work, m)) {
         return false;
     }
-    if ((c.options & OPT_ANTIALIAS) != 0 && !antiAlias8(source, work, &c)) {
+    if ((c.options & OPT_ANTIALIAS) != 0 &&
+        !antiAlias8(source, work, &c, c.kernels.antiAliasBlend)) {
         return false;
     }
     // KERNEL_NONE does not resize the maps: they stay empty and the apply
@@ -171,7 +172,8 @@ bool Run16(const ScaleContext& c, const uint16_t* source, uint16_t* work, const 
         if (!Upscale(c, k.upscale16, source, work, m)) {
             return false;
         }
-        if ((c.options & OPT_ANTIALIAS) != 0 && !antiAlias16(source, work, &c)) {
+        if ((c.options & OPT_ANTIALIAS) != 0 &&
+            !antiAlias16(source, work, &c, c.kernels.antiAliasBlend)) {
             return false;
         }
     }

@@ -29,6 +29,12 @@ PF_Err HandleGlobalSetup(const CommandArgs& args) {
 
     auto* globals = static_cast<BrandingGlobals*>(utils->host_lock_handle(global));
     if (globals == nullptr) {
+        // The record was never filled in: hand nothing back that a later
+        // global setdown could take for it.
+        if (utils->host_dispose_handle != nullptr) {
+            utils->host_dispose_handle(global);
+        }
+        args.out_data->global_data = nullptr;
         return PF_Err_OUT_OF_MEMORY;
     }
     std::memset(globals, 0, sizeof(*globals));

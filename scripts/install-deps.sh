@@ -14,6 +14,8 @@ packages=(
     # the quillon command-line tool
     libcli11-dev libopenimageio-dev openimageio-tools
     libavformat-dev libavcodec-dev libswscale-dev libavutil-dev ffmpeg
+    # fuzzing: clang with its libFuzzer and sanitizer runtimes
+    clang-14 libclang-rt-14-dev
     # the Windows plug-in: cross build and Wine
     g++-mingw-w64-x86-64 mingw-w64-tools binutils-mingw-w64-x86-64 wine64
 )

@@ -2,8 +2,9 @@
 # Builds everything and runs every test: formatting, the release build's
 # tests, the engine's suites again at several instruction-set levels and
 # thread counts, the same tests under AddressSanitizer and
-# UndefinedBehaviorSanitizer, the threaded paths under ThreadSanitizer, and
-# the Windows plug-in under Wine. Installs what it needs first.
+# UndefinedBehaviorSanitizer, the threaded paths under ThreadSanitizer, a
+# short run of every fuzz harness, and the Windows plug-in under Wine.
+# Installs what it needs first.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -49,6 +50,9 @@ cmake --build --preset tsan -j "$jobs"
 # The Ultra HD frames take minutes under the sanitizer; the small frames
 # cover every pass at every level and thread count.
 TSAN_OPTIONS=halt_on_error=1 QUILLON_THREADS=3 ctest --preset tsan -j "$jobs" -E UltraHd
+
+echo "== fuzz harnesses, ${QUILLON_FUZZ_SECONDS:-20} s each"
+bash scripts/fuzz.sh "${QUILLON_FUZZ_SECONDS:-20}"
 
 if [ -f cmake/mingw-w64-x86_64.cmake ]; then
     echo "== Windows plug-in under Wine"

@@ -3,6 +3,12 @@
 // photo-like frame and on a dense worst case, at 8 and 16 bits, and the
 // whole "Best" pipeline (Lanczos + refinement + anti-aliasing, amount 6).
 // "segments" and "chains" count what detection found in the frame.
+//
+// Hostile pictures: "Best" with Sharpness 2, Quality 8 and Anti-aliasing 10
+// on dense-edge frames (stairs of slopes 1/2 to 1/1000, rings, a spiral,
+// noise, checkerboards, blocky noise) beside the same on a photograph, and
+// the pass alone on each at every blend level. Compare each pattern's
+// ProcessFrame time with the photo's (BM_Hostile8/photo).
 #include <benchmark/benchmark.h>
 
 #include "bench/support/BenchMain.h"
@@ -11,12 +17,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "antialias/AntiAlias.h"
 #include "antialias/AntiAliasStages.h"
 #include "engine/Engine.h"
 #include "engine/ScaleContext.h"
+#include "tests/support/Photos.h"
 
 namespace {
 
@@ -179,6 +187,190 @@ void BM_Best8(benchmark::State& s) {
 void BM_Best16(benchmark::State& s) {
     BestPipeline<uint16_t>(s);
 }
+
+// ---- hostile pictures -------------------------------------------------
+
+uint32_t Hash(uint32_t x, uint32_t y) {
+    uint32_t h = x * 0x9E3779B1u ^ (y + 0x7F4A7C15u) * 0x85EBCA77u;
+    h ^= h >> 15;
+    h *= 0x2C1B3C6Du;
+    h ^= h >> 12;
+    return h;
+}
+
+// Bands two rows thick whose edges climb one row every `run` columns: a
+// stair in every other row.
+template <int32_t Run>
+uint32_t Stairs(uint32_t x, uint32_t y, uint32_t) {
+    const int64_t t = int64_t{Run} * y - x;
+    const int64_t period = 4 * int64_t{Run};
+    return ((t % period) + period) % period < 2 * Run ? 220 : 30;
+}
+
+// Concentric rings two pixels wide around the centre.
+uint32_t Rings(uint32_t x, uint32_t y, uint32_t) {
+    const double dx = x - 960.0;
+    const double dy = y - 540.0;
+    return static_cast<uint32_t>(std::sqrt(dx * dx + dy * dy) / 2.0) % 2 == 0 ? 220 : 30;
+}
+
+// An Archimedean spiral with eight arms, arms three pixels apart.
+uint32_t Spiral(uint32_t x, uint32_t y, uint32_t) {
+    const double dx = x - 960.0;
+    const double dy = y - 540.0;
+    const double turn = std::atan2(dy, dx) / (2.0 * 3.14159265358979) * 8.0;
+    const double r = std::sqrt(dx * dx + dy * dy) / 3.0;
+    return static_cast<int64_t>(std::floor(r + turn)) % 2 == 0 ? 220 : 30;
+}
+
+uint32_t Noise(uint32_t x, uint32_t y, uint32_t ch) {
+    return Hash(x * 3 + ch, y) >> 24;
+}
+
+uint32_t BinaryNoise(uint32_t x, uint32_t y, uint32_t) {
+    return (Hash(x, y) >> 31) != 0 ? 220 : 30;
+}
+
+template <uint32_t Cell>
+uint32_t Checkers(uint32_t x, uint32_t y, uint32_t) {
+    return ((x / Cell) + (y / Cell)) % 2 == 0 ? 220 : 30;
+}
+
+template <uint32_t Cell>
+uint32_t BlockyNoise(uint32_t x, uint32_t y, uint32_t) {
+    return (Hash(x / Cell, y / Cell) >> 31) != 0 ? 220 : 30;
+}
+
+struct Pattern {
+    const char* name;
+    uint32_t (*shade)(uint32_t, uint32_t, uint32_t);  // null: the photograph
+};
+
+const Pattern kPatterns[] = {
+    {"photo", nullptr},
+    {"stairs_1_2", Stairs<2>},
+    {"stairs_1_3", Stairs<3>},
+    {"stairs_1_5", Stairs<5>},
+    {"stairs_1_10", Stairs<10>},
+    {"stairs_1_37", Stairs<37>},
+    {"stairs_1_100", Stairs<100>},
+    {"stairs_1_211", Stairs<211>},
+    {"stairs_1_1000", Stairs<1000>},
+    {"rings", Rings},
+    {"spiral", Spiral},
+    {"noise", Noise},
+    {"binary_noise", BinaryNoise},
+    {"checkers_1", Checkers<1>},
+    {"checkers_3", Checkers<3>},
+    {"checkers_8", Checkers<8>},
+    {"blocky_noise_2", BlockyNoise<2>},
+    {"blocky_noise_5", BlockyNoise<5>},
+    {"dense", Dense},
+    {"dense_crossed", DenseCrossed},
+};
+
+std::vector<uint8_t> PatternFrame8(const Pattern& pattern) {
+    if (pattern.shade != nullptr) {
+        return MakeFrame<uint8_t>(pattern.shade, 1);
+    }
+    const quillon::support::Picture photo = quillon::support::LoadPicture("cups_1920x1080.png");
+    if (photo.width != kSrcWidth || photo.height != kSrcHeight) {
+        return {};
+    }
+    return quillon::support::ToWorking8(photo);
+}
+
+// ProcessFrame for "Best" (Lanczos + refinement, Sharpness 2, Quality 8) with
+// Anti-aliasing 10 on one context, as a host rendering a clip pays per frame.
+void BM_Hostile8(benchmark::State& state, const Pattern& pattern) {
+    const std::vector<uint8_t> src = PatternFrame8(pattern);
+    if (src.empty()) {
+        state.SkipWithError("cups_1920x1080.png missing");
+        return;
+    }
+    ScaleContext* ctx = nullptr;
+    if (CreateScaleContext(kSrcWidth, kSrcHeight, kDstWidth, kDstHeight, kDstWidth, kDstHeight,
+                           OPT_LANCZOS | OPT_REFINE | OPT_SHARPEN | OPT_ANTIALIAS, DEPTH_8,
+                           KERNEL_TWO_PASS, 2, 8, 10, &ctx) != 0) {
+        state.SkipWithError("context creation failed");
+        return;
+    }
+    std::vector<uint8_t> dst(static_cast<std::size_t>(kDstWidth) * kDstHeight * 4);
+    for (auto _ : state) {
+        if (ProcessFrame(src.data(), dst.data(), ctx) != 0) {
+            state.SkipWithError("pipeline failed");
+            break;
+        }
+        benchmark::DoNotOptimize(dst.data());
+    }
+    Detected(state, src);
+    DestroyScaleContext(ctx);
+}
+
+// The pass alone, Anti-aliasing 10, on each pattern, with the blend kernels
+// of one instruction-set level (the pipeline uses the build's baseline).
+struct BlendLevel {
+    const char* name;
+    const quillon::aa::BlendKernels* kernels;
+    bool present;
+};
+
+void BM_HostilePass8(benchmark::State& state, const Pattern& pattern, const BlendLevel& level) {
+    if (!level.present) {
+        state.SkipWithError("the processor lacks this level");
+        return;
+    }
+    const std::vector<uint8_t> src = PatternFrame8(pattern);
+    if (src.empty()) {
+        state.SkipWithError("cups_1920x1080.png missing");
+        return;
+    }
+    ScaleContext* ctx = nullptr;
+    if (CreateScaleContext(kSrcWidth, kSrcHeight, kDstWidth, kDstHeight, kDstWidth, kDstHeight,
+                           OPT_LANCZOS, DEPTH_8, KERNEL_TWO_PASS, 0, 0, 10, &ctx) != 0) {
+        state.SkipWithError("context creation failed");
+        return;
+    }
+    std::vector<uint8_t> upscaled(static_cast<std::size_t>(kDstWidth) * kDstHeight * 4);
+    ProcessFrame(src.data(), upscaled.data(), ctx);
+    std::vector<uint8_t> dst(upscaled.size());
+    for (auto _ : state) {
+        state.PauseTiming();
+        std::memcpy(dst.data(), upscaled.data(), upscaled.size());
+        state.ResumeTiming();
+        if (!quillon::antiAlias8(src.data(), dst.data(), ctx, level.kernels)) {
+            state.SkipWithError("pass could not allocate");
+            break;
+        }
+        benchmark::DoNotOptimize(dst.data());
+    }
+    Detected(state, src);
+    DestroyScaleContext(ctx);
+}
+
+const bool kHostileRegistered = [] {
+    for (const Pattern& pattern : kPatterns) {
+        benchmark::RegisterBenchmark((std::string("BM_Hostile8/") + pattern.name).c_str(),
+                                     BM_Hostile8, pattern)
+            ->Unit(benchmark::kMillisecond);
+    }
+    static const BlendLevel kLevels[] = {
+        {"scalar", &quillon::aa::kBlendScalar, true},
+#ifdef QUILLON_X86_KERNELS
+        {"sse2", &quillon::aa::kBlendSse2, true},
+        {"avx2", &quillon::aa::kBlendAvx2, GetMachineCpuLevel() >= 2},
+#endif
+    };
+    for (const BlendLevel& level : kLevels) {
+        for (const Pattern& pattern : kPatterns) {
+            benchmark::RegisterBenchmark(
+                (std::string("BM_HostilePass8/") + level.name + "/" + pattern.name).c_str(),
+                BM_HostilePass8, pattern, level)
+                ->Unit(benchmark::kMillisecond);
+        }
+    }
+    return true;
+}();
 
 BENCHMARK(BM_AntiAlias8_PhotoLike)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_AntiAlias8_Dense)->Unit(benchmark::kMillisecond);

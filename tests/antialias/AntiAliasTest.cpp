@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -502,7 +503,32 @@ TEST(AntiAliasSpot, WeightsAreAGaussianPeakingAtOnePointFive) {
     EXPECT_EQ(aa::followDenominatorBase(), std::nextafter(1.95, 2.0));
 }
 
-// Plain model of one blended spot.
+// The blend kernels of every level the machine has; the scalar ones are the
+// plain twins.
+std::vector<std::pair<const char*, const aa::BlendKernels*>> blendLevels() {
+    std::vector<std::pair<const char*, const aa::BlendKernels*>> levels = {
+        {"scalar", &aa::kBlendScalar}};
+#ifdef QUILLON_X86_KERNELS
+    levels.emplace_back("sse2", &aa::kBlendSse2);
+    if (GetMachineCpuLevel() >= 2) {
+        levels.emplace_back("avx2", &aa::kBlendAvx2);
+    }
+#endif
+    return levels;
+}
+
+// Channels 0-2 of every packed window cell (the fourth is the kernels' own).
+std::vector<double> usedLanes(const std::vector<double>& window) {
+    std::vector<double> used;
+    for (std::size_t i = 0; i < window.size(); ++i) {
+        if (i % aa::kCellDoubles < 3) {
+            used.push_back(window[i]);
+        }
+    }
+    return used;
+}
+
+// Plain model of one blended 5 x 5 spot on a packed window.
 template <typename Channel>
 void modelBlend(std::vector<Channel>& frame, int32_t fw, int32_t fh, std::vector<double>& window,
                 const std::vector<double>& weights, double follow, double mix, int32_t maxValue,
@@ -510,7 +536,7 @@ void modelBlend(std::vector<Channel>& frame, int32_t fw, int32_t fh, std::vector
     for (int32_t y = cy - 2; y <= cy + 2; ++y) {
         for (int32_t x = cx + 2; x >= cx - 2; --x) {
             for (int k = 0; k < 3 && x >= 0 && y >= 0 && x < fw && y < fh; ++k) {
-                const auto at = static_cast<std::size_t>(3 * ((y - cy + 2) * 5 + (x - cx + 2)) + k);
+                const auto at = static_cast<std::size_t>(4 * ((y - cy + 2) * 5 + (x - cx + 2)) + k);
                 Channel& v = frame[static_cast<std::size_t>((y * fw + x) * 4 + k)];
                 window[at] += follow * (v - window[at]) / (std::nextafter(1.95, 2.0) - weights[at]);
                 const double t = std::trunc((1.0 - mix * weights[at]) * v +
@@ -522,48 +548,121 @@ void modelBlend(std::vector<Channel>& frame, int32_t fw, int32_t fh, std::vector
 }
 
 // A 5 x 5 spot at the centre, the corners and beside the border of a 9 x 7
-// frame; the first call only loads the window (pixels outside the frame as
-// 0), the next two blend, the second one pixel to the right. Then a one-pixel
-// spot whose window makes the blend round to exactly one above the ceiling,
-// to not a number and below zero.
+// frame, at every level; the first call only loads the window (pixels
+// outside the frame as 0), the next two blend, the second one pixel to the
+// right. Then a one-pixel spot whose window makes the blend round to exactly
+// one above the ceiling, to not a number and below zero.
 template <typename Channel>
 void expectBlend(void (*blend)(const aa::SpotFrame&, int32_t, int32_t, bool*), int32_t ceiling) {
     const double follow = 0.7f / 1.0;
     const double mix = static_cast<double>(static_cast<float>(0.8 / std::pow(20.0, 0.25)));
-    std::vector<double> weights(3 * 5 * 5);
-    aa::buildSpotWeights(weights.data(), weights.size());
-    for (auto [cx, cy] : {std::pair{4, 3}, std::pair{0, 0}, std::pair{8, 6}, std::pair{1, 5}}) {
-        auto frame = support::RandomFrame<Channel>(9, 7, static_cast<uint32_t>(ceiling),
-                                                   5u + static_cast<uint32_t>(cx));
-        std::vector<double> window(weights.size(), 0.0);
-        const aa::SpotFrame spot{frame.data(), 9,   7,      weights.data(), window.data(), 5, 2,
-                                 follow,       mix, ceiling};
-        std::vector<Channel> modelFrame = frame;
-        bool first = true;
-        blend(spot, cx, cy, &first);
-        EXPECT_FALSE(first);
-        EXPECT_EQ(frame, modelFrame);
-        EXPECT_TRUE(cx != 0 || window[0] == 0.0);
-        std::vector<double> modelWindow = window;
-        blend(spot, cx, cy, &first);
-        blend(spot, cx + 1, cy, &first);
-        for (const int32_t x : {cx, cx + 1}) {
-            modelBlend(modelFrame, 9, 7, modelWindow, weights, follow, mix, ceiling, x, cy);
+    std::vector<double> layout(3 * 5 * 5);
+    aa::buildSpotWeights(layout.data(), layout.size());
+    std::vector<double> weights(4 * 5 * 5);
+    aa::packSpotLayout(layout.data(), 5, 5, weights.data());
+    for (const auto& [name, kernels] : blendLevels()) {
+        for (auto [cx, cy] : {std::pair{4, 3}, std::pair{0, 0}, std::pair{8, 6}, std::pair{1, 5}}) {
+            SCOPED_TRACE(testing::Message() << name << " at " << cx << "," << cy);
+            auto frame = support::RandomFrame<Channel>(9, 7, static_cast<uint32_t>(ceiling),
+                                                       5u + static_cast<uint32_t>(cx));
+            std::vector<double> window(weights.size(), 0.0);
+            const aa::SpotFrame spot{frame.data(),  9,       7,      weights.data(),
+                                     window.data(), 5,       2,      follow,
+                                     mix,           ceiling, kernels};
+            std::vector<Channel> modelFrame = frame;
+            bool first = true;
+            blend(spot, cx, cy, &first);
+            EXPECT_FALSE(first);
+            EXPECT_EQ(frame, modelFrame);
+            EXPECT_TRUE(cx != 0 || window[0] == 0.0);
+            std::vector<double> modelWindow = window;
+            blend(spot, cx, cy, &first);
+            blend(spot, cx + 1, cy, &first);
+            for (const int32_t x : {cx, cx + 1}) {
+                modelBlend(modelFrame, 9, 7, modelWindow, weights, follow, mix, ceiling, x, cy);
+            }
+            EXPECT_EQ(frame, modelFrame);
+            EXPECT_EQ(usedLanes(window), usedLanes(modelWindow));
         }
-        EXPECT_EQ(frame, modelFrame) << cx << "," << cy;
-        EXPECT_EQ(window, modelWindow);
+        std::vector<Channel> pixel = {9, 9, 9, 201};
+        const double ones[] = {1.0, 1.0, 1.0, 0.0};
+        double window[] = {ceiling + 0.5, NAN, -3.0, 0.0};
+        bool first = false;
+        blend({pixel.data(), 1, 1, ones, window, 1, 0, 0.0, 1.0, ceiling, kernels}, 0, 0, &first);
+        EXPECT_EQ(pixel, (std::vector<Channel>{static_cast<Channel>(ceiling), 0, 0, 201})) << name;
     }
-    std::vector<Channel> pixel = {9, 9, 9, 201};
-    const double ones[] = {1.0, 1.0, 1.0};
-    double window[] = {ceiling + 0.5, NAN, -3.0};
-    bool first = false;
-    blend({pixel.data(), 1, 1, ones, window, 1, 0, 0.0, 1.0, ceiling}, 0, 0, &first);
-    EXPECT_EQ(pixel, (std::vector<Channel>{static_cast<Channel>(ceiling), 0, 0, 201}));
 }
 
 TEST(AntiAliasSpot, BlendMatchesPlainModelAndStopsAtTheCeiling) {
     expectBlend<uint8_t>(aa::blendSpot8, 180);
     expectBlend<uint16_t>(aa::blendSpot16, 32768);
+}
+
+// Every level's row kernel gives the scalar twin's channels and window on
+// rows of 0 to 12 pixels, with window values that push the result exactly
+// onto, half below and above the ceiling, below zero, to infinity and to not
+// a number; channel 3 is never written.
+template <typename Channel>
+void expectRowKernels(int32_t ceiling) {
+    std::mt19937 rng(21);
+    const aa::BlendParams params{0.7, 0.43, aa::followDenominatorBase(), ceiling};
+    const double special[] = {static_cast<double>(ceiling),
+                              ceiling + 0.5,
+                              ceiling - 0.5,
+                              ceiling + 1.0,
+                              -0.4,
+                              -1.0,
+                              -7.5,
+                              INFINITY,
+                              -INFINITY,
+                              NAN,
+                              1e300,
+                              1e-300,
+                              -4.9e-324};
+    for (int32_t count = 0; count <= 12; ++count) {
+        for (int round = 0; round < 20; ++round) {
+            const std::size_t cells = static_cast<std::size_t>(count) * aa::kCellDoubles;
+            std::vector<double> weights(cells, 0.0);
+            std::vector<double> window(cells, 0.0);
+            std::vector<Channel> pixels(static_cast<std::size_t>(count) * 4);
+            for (std::size_t j = 0; j < cells; ++j) {
+                if (j % 4 < 3) {
+                    weights[j] = (rng() % 1500) / 1000.0;
+                    window[j] = rng() % 3 == 0 ? special[rng() % std::size(special)]
+                                               : (rng() % 100000) / 100000.0 * 2.0 * ceiling - 50.0;
+                }
+                pixels[j] = static_cast<Channel>(rng() % (j % 4 == 3 ? 65536u : ceiling + 1u));
+            }
+            std::vector<double> expectedWindow = window;
+            std::vector<Channel> expected = pixels;
+            aa::blendRowOf<Channel>(aa::kBlendScalar)(params, weights.data(), expectedWindow.data(),
+                                                      expected.data(), count);
+            for (std::size_t j = 3; j < pixels.size(); j += 4) {
+                ASSERT_EQ(expected[j], pixels[j]);
+            }
+            for (const auto& [name, kernels] : blendLevels()) {
+                std::vector<double> gotWindow = window;
+                std::vector<Channel> got = pixels;
+                aa::blendRowOf<Channel> (*kernels)(params, weights.data(), gotWindow.data(),
+                                                   got.data(), count);
+                EXPECT_EQ(got, expected) << name << " count " << count << " ceiling " << ceiling;
+                const auto a = usedLanes(gotWindow);
+                const auto b = usedLanes(expectedWindow);
+                for (std::size_t j = 0; j < a.size(); ++j) {
+                    ASSERT_TRUE(std::bit_cast<uint64_t>(a[j]) == std::bit_cast<uint64_t>(b[j]) ||
+                                (std::isnan(a[j]) && std::isnan(b[j])))
+                        << name << " entry " << j;
+                }
+            }
+        }
+    }
+}
+
+TEST(AntiAliasSpot, RowKernelsOfEveryLevelMatchTheScalarTwin) {
+    expectRowKernels<uint8_t>(180);
+    expectRowKernels<uint8_t>(255);
+    expectRowKernels<uint16_t>(32768);
+    expectRowKernels<uint16_t>(65535);
 }
 
 // ----------------------------------------------------------------- tracing
@@ -815,6 +914,181 @@ TEST(AntiAliasEndToEnd, ProcessFrameRunsThePassAfterTheUpscale) {
     support::Request r = aaRequest(40, 30, 80, 60, 10);
     r.depth = DEPTH_16;
     expectPassAfterUpscale(src16, r, 32768);
+}
+
+// ---------------------------------------------------------- hostile pictures
+
+// Dense-edge pictures at test size: stairs of several slopes two rows thick,
+// rings, a spiral, binary noise, a checkerboard and blocky noise.
+int hostileShade(int kind, int x, int y) {
+    const auto hash = [](uint32_t a, uint32_t b) {
+        uint32_t h = a * 0x9E3779B1u ^ (b + 0x7F4A7C15u) * 0x85EBCA77u;
+        h ^= h >> 15;
+        h *= 0x2C1B3C6Du;
+        return h ^ (h >> 12);
+    };
+    const double dx = x - 80.0;
+    const double dy = y - 45.0;
+    const double radius = std::sqrt(dx * dx + dy * dy);
+    switch (kind) {
+        case 0:
+        case 1:
+        case 2: {
+            const int run = kind == 0 ? 2 : kind == 1 ? 7 : 37;
+            return ((run * y - x) % (4 * run) + 4 * run) % (4 * run) < 2 * run ? 220 : 30;
+        }
+        case 3:
+            return static_cast<int>(radius / 2.0) % 2 == 0 ? 220 : 30;
+        case 4:
+            return static_cast<int64_t>(std::floor(radius / 3.0 + std::atan2(dy, dx) * 1.27)) % 2 ==
+                           0
+                       ? 220
+                       : 30;
+        case 5:
+            return (hash(static_cast<uint32_t>(x), static_cast<uint32_t>(y)) >> 31) != 0 ? 220 : 30;
+        case 6:
+            return (x / 3 + y / 3) % 2 == 0 ? 220 : 30;
+        default:
+            return (hash(static_cast<uint32_t>(x / 4), static_cast<uint32_t>(y / 4)) >> 31) != 0
+                       ? 220
+                       : 30;
+    }
+}
+constexpr int kHostileKinds = 8;
+
+// The plain model of a spot (load for the first spot of a chain, otherwise
+// the blend, entry by entry), for any spot size.
+template <typename Channel>
+void modelSpot(const aa::SpotFrame& spot, int32_t cx, int32_t cy, bool* firstFlag) {
+    auto* frame = static_cast<Channel*>(spot.frame);
+    for (int32_t y = cy - spot.r; y <= cy + spot.r; ++y) {
+        for (int32_t x = cx - spot.r; x <= cx + spot.r; ++x) {
+            const bool inside = x >= 0 && y >= 0 && x < spot.width && y < spot.height;
+            for (int k = 0; k < 3; ++k) {
+                const auto at = static_cast<std::size_t>(
+                    aa::kCellDoubles * ((y - cy + spot.r) * spot.n + (x - cx + spot.r)) + k);
+                Channel* v = inside ? &frame[static_cast<std::size_t>((y * spot.width + x) * 4 + k)]
+                                    : nullptr;
+                if (*firstFlag) {
+                    spot.window[at] = inside ? *v : 0.0;
+                } else if (inside) {
+                    const double w = spot.weights[at];
+                    double& m = spot.window[at];
+                    m += spot.follow * (*v - m) / (std::nextafter(1.95, 2.0) - w);
+                    const double t = std::trunc((1.0 - spot.mix * w) * *v + spot.mix * w * m + 0.5);
+                    *v = static_cast<Channel>(
+                        std::clamp(t, 0.0, static_cast<double>(spot.maxValue)));
+                }
+            }
+        }
+    }
+    *firstFlag = false;
+}
+
+// The pass put together from the product's detection and tracing with the
+// plain linking and spot models in place of the product's linking and blend.
+template <typename Channel>
+std::vector<Channel> modelPass(const std::vector<Channel>& src, std::vector<Channel> dst,
+                               const ScaleContext* ctx, int32_t ceiling) {
+    const auto w = static_cast<int32_t>(ctx->srcWidth);
+    const auto h = static_cast<int32_t>(ctx->srcHeight);
+    std::vector<uint8_t> grey(static_cast<std::size_t>(w) * h);
+    if constexpr (sizeof(Channel) == 1) {
+        aa::makeGrey8(src.data(), grey.data(), grey.size());
+    } else {
+        aa::makeGrey16(src.data(), grey.data(), grey.size());
+    }
+    aa::Detection d;
+    EXPECT_TRUE(aa::detectChains(grey.data(), w, h, d));
+    const auto toSet = [](const Chains& c, aa::ChainSet& set) {
+        EXPECT_TRUE(set.points.resize(c.first.size() + 1) && set.ends.resize(c.second.size() + 1));
+        std::copy(c.first.begin(), c.first.end(), set.points.data());
+        std::copy(c.second.begin(), c.second.end(), set.ends.data());
+        set.count = static_cast<int32_t>(c.second.size());
+    };
+    const std::vector<int32_t> rowSegs(d.rowSegments.data(),
+                                       d.rowSegments.data() + d.rowSegments.size());
+    const std::vector<int32_t> colSegs(d.columnSegments.data(),
+                                       d.columnSegments.data() + d.columnSegments.size());
+    aa::ChainSet rows;
+    aa::ChainSet cols;
+    toSet(plainLink(rowSegs, w, false), rows);
+    toSet(plainLink(colSegs, w, true), cols);
+    const aa::SpotGeometry g = aa::spotGeometry(ctx->srcHeight, ctx->dstHeight, ctx->aaSpread);
+    std::vector<double> layout(g.doubles);
+    aa::buildSpotWeights(layout.data(), layout.size());
+    const int32_t side = 2 * g.r + 1;
+    std::vector<double> weights(static_cast<std::size_t>(side * side) * aa::kCellDoubles);
+    std::vector<double> window(weights.size(), 0.0);
+    aa::packSpotLayout(layout.data(), g.n, side, weights.data());
+    const aa::SpotFrame spot{dst.data(),
+                             static_cast<int32_t>(ctx->dstWidth),
+                             static_cast<int32_t>(ctx->dstHeight),
+                             weights.data(),
+                             window.data(),
+                             side,
+                             g.r,
+                             static_cast<double>(ctx->aaFollow),
+                             static_cast<double>(ctx->aaMix),
+                             ceiling};
+    aa::traceRowChains(ctx, rows, spot, modelSpot<Channel>);
+    aa::traceColumnChains(ctx, cols, spot, modelSpot<Channel>);
+    return dst;
+}
+
+// Linking on the segment lists of hostile pictures (long chains that grow at
+// both ends, many short ones) equals the plain list-order scan.
+TEST(AntiAliasHostile, LinkingMatchesThePlainScan) {
+    for (int kind = 0; kind < kHostileKinds; ++kind) {
+        const auto src =
+            makeFrame<uint8_t>(160, 90, [kind](int x, int y) { return hostileShade(kind, x, y); });
+        std::vector<uint8_t> grey(160 * 90);
+        aa::makeGrey8(src.data(), grey.data(), grey.size());
+        aa::Detection d;
+        ASSERT_TRUE(aa::detectChains(grey.data(), 160, 90, d));
+        const std::vector<int32_t> rowSegs(d.rowSegments.data(),
+                                           d.rowSegments.data() + d.rowSegments.size());
+        const std::vector<int32_t> colSegs(d.columnSegments.data(),
+                                           d.columnSegments.data() + d.columnSegments.size());
+        EXPECT_EQ(chainsOf(d.rowChains), plainLink(rowSegs, 160, false)) << "kind " << kind;
+        EXPECT_EQ(chainsOf(d.columnChains), plainLink(colSegs, 160, true)) << "kind " << kind;
+        // Checkerboards and blocky noise give no segments; the rest give many chains.
+        EXPECT_TRUE(kind >= 6 || d.rowChains.count + d.columnChains.count > 10) << kind;
+    }
+}
+
+// The whole pass on hostile pictures, at both depths, whole and fractional
+// ratios and three amounts (spot sizes), equals the model composition.
+TEST(AntiAliasHostile, PassMatchesTheModelComposition) {
+    support::CeilingGuard ceiling(250, 32768);
+    for (int kind = 0; kind < kHostileKinds; ++kind) {
+        const auto shade = [kind](int x, int y) { return hostileShade(kind, x, y); };
+        for (const auto& [dw, dh, amount] :
+             {std::tuple{320, 180, 10u}, std::tuple{401, 233, 3u}, std::tuple{480, 270, 25u}}) {
+            SCOPED_TRACE(testing::Message() << "kind " << kind << " -> " << dw << "x" << dh);
+            const Scene8 s(160, 90, dw, dh, amount, shade);
+            const std::vector<uint8_t> expected8 = modelPass(s.src, s.before, s.ctx.get(), 250);
+            for (const auto& [name, kernels] : blendLevels()) {
+                std::vector<uint8_t> out8 = s.before;
+                ASSERT_TRUE(antiAlias8(s.src.data(), out8.data(), s.ctx.get(), kernels));
+                EXPECT_EQ(out8, expected8) << name;
+                EXPECT_TRUE(kind >= 6 || out8 != s.before) << name;
+            }
+            const auto src16 = makeFrame<uint16_t>(
+                160, 90, [&](int x, int y) { return shade(x, y) * 128 + (x & 31); });
+            support::Request r =
+                aaRequest(160, 90, static_cast<uint32_t>(dw), static_cast<uint32_t>(dh), amount);
+            r.depth = DEPTH_16;
+            const support::Context ctx16(r);
+            const std::vector<uint16_t> before16 = enlargeNearest(src16, 160, 90, dw, dh);
+            const std::vector<uint16_t> expected16 = modelPass(src16, before16, ctx16.get(), 32768);
+            for (const auto& [name, kernels] : blendLevels()) {
+                std::vector<uint16_t> out16 = before16;
+                ASSERT_TRUE(antiAlias16(src16.data(), out16.data(), ctx16.get(), kernels));
+                EXPECT_EQ(out16, expected16) << name;
+            }
+        }
+    }
 }
 
 }  // namespace

@@ -277,37 +277,56 @@ TEST_F(Render, NarrowLayerFallsBackToTheHostCopy) {
     }
 }
 
-// Fails host_new_handle from every allocation of a render on: creation's own
-// allocations fall back to the host copy, the two working frames give
-// out-of-memory with the output untouched, later ones a failed pipeline.
+// Fails host_new_handle from every allocation of a render on, for several
+// settings at both depths with every pass: creation's own allocations fall
+// back to the host copy, the two working frames give out-of-memory with the
+// output untouched, later ones a failed pipeline; the handles come back every
+// time (RenderFrame checks them).
 TEST_F(Render, EveryFailedHandleAllocationIsReportedAndCleanedUp) {
-    Begin(kAE, {4, 2, 8, 6, 15}, false, 48, 32, 100, 72);
-    const int before = host().CallCount(Callback::NewHandle);
-    ASSERT_EQ(RenderFrame(), PF_Err_NONE);
-    const int allocations = host().CallCount(Callback::NewHandle) - before;
-    ASSERT_GE(allocations, 3);
+    const struct {
+        Settings settings;
+        bool deep;
+    } cases[] = {{{4, 2, 8, 6, 15}, false},
+                 {{4, 2, 8, 6, 15}, true},
+                 {{3, 0, 12, 10, 12}, false},
+                 {{2, 5, 0, 0, 3}, true},
+                 {{1, 0, 0, 3, 8}, false}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "filter " << c.settings.filterType << ", "
+                                        << (c.deep ? "16" : "8") << " bits");
+        Begin(kAE, c.settings, c.deep, 48, 32, 100, 72);
+        const int before = host().CallCount(Callback::NewHandle);
+        ASSERT_EQ(RenderFrame(), PF_Err_NONE);
+        const int allocations = host().CallCount(Callback::NewHandle) - before;
+        ASSERT_GE(allocations, 3);
 
-    std::string results;  // N none, M out of memory, D damaged
-    for (int succeed = 0; succeed < allocations; ++succeed) {
-        FillOutput();
-        host().FailCallback(Callback::NewHandle, succeed);
-        const PF_Err err = RenderFrame();
-        host().ClearFaults();
-        results += err == PF_Err_NONE ? 'N' : err == PF_Err_OUT_OF_MEMORY ? 'M' : 'D';
-        if (err == PF_Err_NONE) {
-            EXPECT_EQ(std::memcmp(host().outputWorld().Row(0), host().inputWorld().Row(0), 48 * 4),
-                      0);
-        } else {
-            EXPECT_EQ(
-                err, results.back() == 'M' ? PF_Err_OUT_OF_MEMORY : PF_Err_INTERNAL_STRUCT_DAMAGED);
-            EXPECT_TRUE(OutputUntouched()) << succeed;
+        std::string results;  // N none, M out of memory, D damaged
+        for (int succeed = 0; succeed < allocations; ++succeed) {
+            FillOutput();
+            host().FailCallback(Callback::NewHandle, succeed);
+            const PF_Err err = RenderFrame();
+            host().ClearFaults();
+            results += err == PF_Err_NONE ? 'N' : err == PF_Err_OUT_OF_MEMORY ? 'M' : 'D';
+            if (err == PF_Err_NONE) {
+                const int32_t rowBytes = 48 * (c.deep ? 8 : 4);
+                EXPECT_EQ(std::memcmp(host().outputWorld().Row(0), host().inputWorld().Row(0),
+                                      static_cast<std::size_t>(rowBytes)),
+                          0);
+            } else {
+                EXPECT_EQ(err, results.back() == 'M' ? PF_Err_OUT_OF_MEMORY
+                                                     : PF_Err_INTERNAL_STRUCT_DAMAGED);
+                EXPECT_TRUE(OutputUntouched()) << succeed;
+            }
         }
+        const std::size_t firstOom = results.find('M');
+        ASSERT_NE(firstOom, std::string::npos) << results;
+        ASSERT_GT(firstOom, 0u) << results;
+        EXPECT_EQ(results, std::string(firstOom, 'N') + "MM" +
+                               std::string(results.size() - firstOom - 2, 'D'));
+        // Memory is back: the instance renders again.
+        FillOutput();
+        EXPECT_EQ(RenderFrame(), PF_Err_NONE);
     }
-    const std::size_t firstOom = results.find('M');
-    ASSERT_NE(firstOom, std::string::npos) << results;
-    ASSERT_GT(firstOom, 0u) << results;
-    EXPECT_EQ(results,
-              std::string(firstOom, 'N') + "MM" + std::string(results.size() - firstOom - 2, 'D'));
 }
 
 }  // namespace

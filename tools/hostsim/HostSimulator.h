@@ -83,6 +83,8 @@ public:
 
     // Loads the library and looks up "EntryPointFunc".
     bool LoadPlugin(const std::string& path, std::string* error = nullptr);
+    // Uses an entry point linked into this program instead (the fuzzers).
+    void UseEntryPoint(PF_EntryPointProc entry) { entry_ = entry; }
     PF_EntryPointProc entryPoint() const { return entry_; }
     HostIdentity identity() const { return identity_; }
 
