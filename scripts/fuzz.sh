@@ -32,7 +32,7 @@ for t in "${targets[@]}"; do
     cp fuzz/corpus/"$t"/* "$corpus"/
     log="$work/$t/log.txt"
     echo "== fuzz_$t for ${seconds}s"
-    ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1 \
+    QUILLON_THREADS=${QUILLON_FUZZ_THREADS:-1} ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1 \
     UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
         build/fuzz/fuzz/fuzz_"$t" -max_total_time="$seconds" -timeout=25 -rss_limit_mb=4096 \
         -max_len=4096 -print_final_stats=1 -close_fd_mask=1 \
