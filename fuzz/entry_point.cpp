@@ -158,17 +158,24 @@ void Step(HostSimulator& host, ByteReader& in) {
             host.Send(PF_Cmd_SEQUENCE_FLATTEN);
             host.inData().sequence_data = host.outData().sequence_data;
             break;
-        case 6:
-            if (host.FrameSetup() == PF_Err_NONE) {
-                // Keep renders small: a huge target is answered by a small world.
-                const PF_LayerDef& out = host.outputWorld().def;
-                if (int64_t{out.width} * out.height > 96 * 96) {
-                    host.SetOutputWorld(static_cast<int32_t>(in.Range(1, 96)),
-                                        static_cast<int32_t>(in.Range(1, 96)),
-                                        (out.world_flags & PF_WorldFlag_DEEP) != 0, 0);
-                }
+        case 6: {
+            // The output world follows the answer when it is a small frame;
+            // any other answer (out-of-range parameters can ask for sizes no
+            // host would give) gets a small world of the fuzzer's choice.
+            const PF_Err err = host.Send(PF_Cmd_FRAME_SETUP);
+            const int32_t w = host.outData().width;
+            const int32_t h = host.outData().height;
+            const bool deep = (host.inputWorld().def.world_flags & PF_WorldFlag_DEEP) != 0;
+            if (err == PF_Err_NONE && w >= 1 && h >= 1 && int64_t{w} * h <= 96 * 96) {
+                host.SetOutputWorld(w, h, deep, 0);
+            } else {
+                host.SetOutputWorld(static_cast<int32_t>(in.Range(1, 96)),
+                                    static_cast<int32_t>(in.Range(1, 96)), deep, 0);
             }
+            host.inData().output_origin_x = host.outData().origin.h;
+            host.inData().output_origin_y = host.outData().origin.v;
             break;
+        }
         case 7:
         case 8:
             host.Send(PF_Cmd_RENDER);
