@@ -1,0 +1,309 @@
+// The band upscale kernels of every vector level, written once over a
+// level's vector type V (V::kLanes 128-bit lanes a register). Included only
+// by the level files, which compile it with their own instruction set.
+//
+// Horizontal step: each source row is padded (replicated border pixels) and
+// turned into a row of column pairs, entry e holding padded pixels e and
+// e + 1 channel by channel interleaved (a0 b0 a1 b1 a2 b2 a3 b3, 16 bits
+// each; 16-bit samples are stored minus 32768 so that they fit). One 128-bit
+// lane filters one destination pixel: pmaddwd of pair entries with pair
+// weights, summed over the pairs, Q13 step. Destination pixels go in groups
+// of 2 * kLanes: lane i of the "even" register holds pixel 2i of the group,
+// of the "odd" one pixel 2i + 1, so the in-lane packs put them back in order.
+// At 16 bits the ring keeps the two registers as they are (32-bit lanes);
+// the vertical step's in-lane pack restores the order there.
+//
+// Vertical step: 16-bit rows as interleaved row pairs through pmaddwd, or
+// 32-bit rows through pmulld; every sum wraps to 32 bits as the Q13 step
+// defines, so the lanes give the scalar twin's bytes.
+#ifndef QUILLON_KERNELS_X86_UPSCALEVECTOR_H
+#define QUILLON_KERNELS_X86_UPSCALEVECTOR_H
+
+#include <immintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#include "kernels/UpscaleRowRing.h"
+#include "kernels/UpscaleKernels.h"
+
+// Unnamed namespace: see kernels/UpscaleRowRing.h.
+namespace quillon::upscale {
+namespace {
+
+// Where a vector level's column layout keeps what: per group of 2 * Lanes
+// destination pixels, the pair weights (even pixels then odd ones, pair by
+// pair, lane by lane: w0 w1 w0 w1 w0 w1 w0 w1), at 16 bits the 32-bit bias
+// of each pixel (4096 plus 32768 times its weight sum, undoing the sample
+// offset), and each pixel's first pair entry (its source interval).
+template <int Lanes, typename Family>
+struct ColumnLayout {
+    static constexpr bool kBias = sizeof(typename Family::Sample) == 2;
+
+    explicit ColumnLayout(const UpscalePlan& plan)
+        : pairs(plan.taps / 2), groups(RoundUp(plan.dstWidth, kPixelBlock) / (2 * Lanes)) {}
+
+    std::size_t WeightBytes() const {
+        return RoundUp(groups * 2 * pairs * Lanes * 8 * sizeof(int16_t), kScratchAlign);
+    }
+    std::size_t BiasBytes() const {
+        return kBias ? RoundUp(groups * 2 * Lanes * 4 * sizeof(int32_t), kScratchAlign) : 0;
+    }
+    std::size_t EntryBytes() const {
+        return RoundUp(groups * 2 * Lanes * sizeof(uint32_t), kScratchAlign);
+    }
+    std::size_t TotalBytes() const { return WeightBytes() + BiasBytes() + EntryBytes(); }
+
+    void Bind(const void* block) {
+        const auto* bytes = static_cast<const unsigned char*>(block);
+        weights = reinterpret_cast<const int16_t*>(bytes);
+        bias = reinterpret_cast<const int32_t*>(bytes + WeightBytes());
+        entries = reinterpret_cast<const uint32_t*>(bytes + WeightBytes() + BiasBytes());
+    }
+
+    std::size_t pairs;
+    std::size_t groups;
+    const int16_t* weights = nullptr;
+    const int32_t* bias = nullptr;
+    const uint32_t* entries = nullptr;
+};
+
+template <int Lanes, typename Family>
+std::size_t VectorPreparedBytes(const UpscalePlan& plan) {
+    return ColumnLayout<Lanes, Family>(plan).TotalBytes();
+}
+
+// Padding pixels beyond the destination's width repeat the last pixel's
+// entry with zero weights.
+template <int Lanes, typename Family>
+void VectorPrepare(const UpscalePlan& plan, void* prepared) {
+    const ColumnLayout<Lanes, Family> layout(plan);
+    auto* block = static_cast<unsigned char*>(prepared);
+    auto* weights = reinterpret_cast<int16_t*>(block);
+    [[maybe_unused]] auto* bias = reinterpret_cast<int32_t*>(block + layout.WeightBytes());
+    auto* entries = reinterpret_cast<uint32_t*>(block + layout.WeightBytes() + layout.BiasBytes());
+    const std::size_t taps = plan.taps;
+    for (std::size_t g = 0; g < layout.groups; ++g) {
+        for (std::size_t half = 0; half < 2; ++half) {
+            for (std::size_t i = 0; i < Lanes; ++i) {
+                const std::size_t dx = g * 2 * Lanes + 2 * i + half;
+                const bool inside = dx < plan.dstWidth;
+                const std::size_t source = inside ? dx : plan.dstWidth - 1;
+                entries[g * 2 * Lanes + half * Lanes + i] = plan.columnInterval[source];
+                const int16_t* w = plan.columnWeights + source * taps;
+                uint32_t sum = 0;
+                for (std::size_t p = 0; p < layout.pairs; ++p) {
+                    int16_t* out =
+                        weights + ((g * 2 + half) * layout.pairs + p) * Lanes * 8 + i * 8;
+                    for (int ch = 0; ch < 4; ++ch) {
+                        out[2 * ch] = inside ? w[2 * p] : 0;
+                        out[2 * ch + 1] = inside ? w[2 * p + 1] : 0;
+                    }
+                    sum += inside ? static_cast<uint32_t>(w[2 * p] + w[2 * p + 1]) : 0;
+                }
+                if constexpr (ColumnLayout<Lanes, Family>::kBias) {
+                    const auto pixelBias = static_cast<int32_t>(sum * 32768u + 4096u);
+                    for (int ch = 0; ch < 4; ++ch) {
+                        bias[((g * 2 + half) * Lanes + i) * 4 + ch] = pixelBias;
+                    }
+                }
+            }
+        }
+    }
+}
+
+// The padded row's pair entries (see above), two entries a step.
+template <typename Family>
+void BuildPairRow(BandLayout<Family>& band) {
+    int16_t* out = band.pairs;
+    if constexpr (sizeof(typename Family::Sample) == 1) {
+        const uint8_t* pad = band.padded;
+        const __m128i zero = _mm_setzero_si128();
+        for (std::size_t e = 0; e < band.pairEntries; e += 2) {
+            const __m128i a = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(pad + e * 4));
+            const __m128i b = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(pad + e * 4 + 4));
+            const __m128i both = _mm_unpacklo_epi8(a, b);
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + e * 8),
+                             _mm_unpacklo_epi8(both, zero));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + e * 8 + 8),
+                             _mm_unpackhi_epi8(both, zero));
+        }
+    } else {
+        const uint16_t* pad = band.padded;
+        const __m128i offset = _mm_set1_epi16(static_cast<int16_t>(0x8000));
+        for (std::size_t e = 0; e < band.pairEntries; e += 2) {
+            const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pad + e * 4));
+            const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pad + e * 4 + 4));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + e * 8),
+                             _mm_xor_si128(_mm_unpacklo_epi16(a, b), offset));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + e * 8 + 8),
+                             _mm_xor_si128(_mm_unpackhi_epi16(a, b), offset));
+        }
+    }
+}
+
+template <typename V, typename Family, int Taps>
+class VectorBand {
+public:
+    using Sample = typename Family::Sample;
+    using Held = typename Family::Held;
+    using R = typename V::R;
+    static constexpr int kLanes = V::kLanes;
+    static constexpr int kPairs = Taps / 2;
+    static constexpr bool kWide = sizeof(Sample) == 2;
+
+    VectorBand(const UpscalePlan& plan, void* scratch, int32_t ceiling)
+        : plan_(plan), band_(plan), columns_(plan), ceiling_(Family::Ceiling(ceiling)) {
+        band_.Bind(scratch);
+        columns_.Bind(plan.prepared);
+    }
+
+    void Run(const Sample* source, Sample* destination, uint32_t rowBegin, uint32_t rowEnd) {
+        RollRows<Taps>(
+            plan_, band_.ring, band_.ringPitch, rowBegin, rowEnd,
+            [&](uint32_t y, Held* out) { Horizontal(source, y, out); },
+            [&](const Held* const (&rows)[Taps], uint32_t dy) {
+                Sample* out = destination + std::size_t{dy} * plan_.dstWidth * 4;
+                if constexpr (kWide) {
+                    Vertical32(rows, dy, out);
+                } else {
+                    Vertical16(rows, dy, out);
+                }
+            });
+    }
+
+private:
+    void Horizontal(const Sample* source, uint32_t y, Held* out) {
+        PadSourceRow(plan_, source, y, band_);
+        BuildPairRow(band_);
+        const int16_t* pairs = band_.pairs;
+        const int16_t* w = columns_.weights;
+        const int32_t* bias = columns_.bias;
+        const uint32_t* entries = columns_.entries;
+        const R round = V::Set32(4096);
+        for (std::size_t g = 0; g < columns_.groups; ++g) {
+            R even = round;
+            R odd = round;
+            if constexpr (kWide) {
+                even = V::Load(bias);
+                odd = V::Load(bias + kLanes * 4);
+                bias += 2 * kLanes * 4;
+            }
+            for (int p = 0; p < kPairs; ++p) {
+                even = V::Add32(even, V::Madd16(V::LoadLanes(pairs, entries, 2 * p),
+                                                V::Load(w + p * kLanes * 8)));
+                odd = V::Add32(odd, V::Madd16(V::LoadLanes(pairs, entries + kLanes, 2 * p),
+                                              V::Load(w + (kPairs + p) * kLanes * 8)));
+            }
+            w += 2 * kPairs * kLanes * 8;
+            entries += 2 * kLanes;
+            even = V::Srai13(even);
+            odd = V::Srai13(odd);
+            if constexpr (kWide) {
+                V::Store(out, even);
+                V::Store(out + kLanes * 4, odd);
+            } else {
+                if constexpr (Family::kWrapHeld) {
+                    even = V::Wrap16(even);
+                    odd = V::Wrap16(odd);
+                }
+                V::Store(out, V::Packs32(even, odd));
+            }
+            out += 2 * kLanes * 4;
+        }
+    }
+
+    // Sums of kLanes * 8 int16 lanes of the Taps rows, as int16.
+    static R VerticalHalf(const Held* const (&rows)[Taps], std::size_t lane,
+                          const R (&weights)[kPairs], R round) {
+        R low = round;
+        R high = round;
+        for (int p = 0; p < kPairs; ++p) {
+            const R a = V::Load(rows[2 * p] + lane);
+            const R b = V::Load(rows[2 * p + 1] + lane);
+            low = V::Add32(low, V::Madd16(V::Unpacklo16(a, b), weights[p]));
+            high = V::Add32(high, V::Madd16(V::Unpackhi16(a, b), weights[p]));
+        }
+        return V::Packs32(V::Srai13(low), V::Srai13(high));
+    }
+
+    void Vertical16(const Held* const (&rows)[Taps], uint32_t dy, uint8_t* out) const {
+        const int16_t* w = plan_.rowWeights + std::size_t{dy} * Taps;
+        R weights[kPairs];
+        for (int p = 0; p < kPairs; ++p) {
+            weights[p] = V::Set32(static_cast<int32_t>(static_cast<uint16_t>(w[2 * p]) |
+                                                       (uint32_t{static_cast<uint16_t>(
+                                                            w[2 * p + 1])}
+                                                        << 16)));
+        }
+        const R round = V::Set32(4096);
+        const R top = V::Set8(static_cast<int8_t>(ceiling_));
+        constexpr std::size_t kStep = kLanes * 16;  // output bytes a step
+        const std::size_t lanes = std::size_t{plan_.dstWidth} * 4;
+        for (std::size_t lane = 0; lane < lanes; lane += kStep) {
+            R bytes = V::PackBytes(VerticalHalf(rows, lane, weights, round),
+                                   VerticalHalf(rows, lane + kStep / 2, weights, round));
+            bytes = V::MinU8(bytes, top);
+            if (lane + kStep <= lanes) {
+                V::Store(out + lane, bytes);
+            } else {
+                V::StoreBytes(out + lane, bytes, lanes - lane);
+            }
+        }
+    }
+
+    void Vertical32(const Held* const (&rows)[Taps], uint32_t dy, uint16_t* out) const {
+        const int16_t* w = plan_.rowWeights + std::size_t{dy} * Taps;
+        R weights[Taps];
+        for (int j = 0; j < Taps; ++j) {
+            weights[j] = V::Set32(w[j]);
+        }
+        const R round = V::Set32(4096);
+        const R top = V::Set32(ceiling_);
+        const R zero = V::Set32(0);
+        constexpr std::size_t kGroup = 2 * kLanes;  // pixels a step
+        const std::size_t width = plan_.dstWidth;
+        for (std::size_t x = 0; x < width; x += kGroup) {
+            R even = round;
+            R odd = round;
+            for (int j = 0; j < Taps; ++j) {
+                even = V::Add32(even, V::Mullo32(V::Load(rows[j] + x * 4), weights[j]));
+                odd = V::Add32(odd, V::Mullo32(V::Load(rows[j] + x * 4 + kLanes * 4), weights[j]));
+            }
+            even = V::Max32(V::Min32(V::Srai13(even), top), zero);
+            odd = V::Max32(V::Min32(V::Srai13(odd), top), zero);
+            const R samples = V::PackU16(even, odd);
+            if (x + kGroup <= width) {
+                V::Store(out + x * 4, samples);
+            } else {
+                V::StoreBytes(out + x * 4, samples, (width - x) * 8);
+            }
+        }
+    }
+
+    const UpscalePlan& plan_;
+    BandLayout<Family> band_;
+    ColumnLayout<kLanes, Family> columns_;
+    int32_t ceiling_;
+};
+
+template <typename V, typename Family>
+void VectorRun(const UpscalePlan& plan, const typename Family::Sample* source,
+               typename Family::Sample* destination, uint32_t rowBegin, uint32_t rowEnd,
+               void* scratch, int32_t ceiling) {
+    if (plan.taps == 8) {
+        VectorBand<V, Family, 8>(plan, scratch, ceiling).Run(source, destination, rowBegin, rowEnd);
+    } else {
+        VectorBand<V, Family, 4>(plan, scratch, ceiling).Run(source, destination, rowBegin, rowEnd);
+    }
+}
+
+template <typename V, typename Family>
+constexpr UpscaleKernels<typename Family::Sample> kVectorKernels = {
+    &VectorRun<V, Family>, &BandScratchBytes<Family>, &VectorPreparedBytes<V::kLanes, Family>,
+    &VectorPrepare<V::kLanes, Family>};
+
+}  // namespace
+}  // namespace quillon::upscale
+
+#endif  // QUILLON_KERNELS_X86_UPSCALEVECTOR_H
