@@ -39,7 +39,7 @@ void RunBand(const UpscalePlan& plan, const typename Family::Sample* source,
             }
         }
     };
-    auto vertical = [&](const Held* const (&rows)[Taps], uint32_t dy) {
+    auto vertical = [&](const Held* const(&rows)[Taps], uint32_t dy) {
         const int16_t* w = plan.rowWeights + std::size_t{dy} * Taps;
         Sample* out = destination + std::size_t{dy} * dstWidth * 4;
         for (std::size_t lane = 0; lane < dstWidth * 4; ++lane) {

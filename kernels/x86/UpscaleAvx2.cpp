@@ -25,10 +25,10 @@ struct Avx2 {
         std::memcpy(p, all, bytes);
     }
     static R LoadLanes(const int16_t* row, const uint32_t* entries, uint32_t add) {
-        const __m128i low =
-            _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + std::size_t{entries[0] + add} * 8));
-        const __m128i high =
-            _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + std::size_t{entries[1] + add} * 8));
+        const __m128i low = _mm_loadu_si128(
+            reinterpret_cast<const __m128i*>(row + std::size_t{entries[0] + add} * 8));
+        const __m128i high = _mm_loadu_si128(
+            reinterpret_cast<const __m128i*>(row + std::size_t{entries[1] + add} * 8));
         return _mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1);
     }
     static R Set8(int8_t v) { return _mm256_set1_epi8(v); }

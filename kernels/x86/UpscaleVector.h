@@ -162,7 +162,7 @@ public:
         RollRows<Taps>(
             plan_, band_.ring, band_.ringPitch, rowBegin, rowEnd,
             [&](uint32_t y, Held* out) { Horizontal(source, y, out); },
-            [&](const Held* const (&rows)[Taps], uint32_t dy) {
+            [&](const Held* const(&rows)[Taps], uint32_t dy) {
                 Sample* out = destination + std::size_t{dy} * plan_.dstWidth * 4;
                 if constexpr (kWide) {
                     Vertical32(rows, dy, out);
@@ -231,10 +231,9 @@ private:
         const int16_t* w = plan_.rowWeights + std::size_t{dy} * Taps;
         R weights[kPairs];
         for (int p = 0; p < kPairs; ++p) {
-            weights[p] = V::Set32(static_cast<int32_t>(static_cast<uint16_t>(w[2 * p]) |
-                                                       (uint32_t{static_cast<uint16_t>(
-                                                            w[2 * p + 1])}
-                                                        << 16)));
+            weights[p] = V::Set32(
+                static_cast<int32_t>(static_cast<uint16_t>(w[2 * p]) |
+                                     (uint32_t{static_cast<uint16_t>(w[2 * p + 1])} << 16)));
         }
         const R round = V::Set32(4096);
         const R top = V::Set8(static_cast<int8_t>(ceiling_));

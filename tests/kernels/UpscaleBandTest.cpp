@@ -52,8 +52,9 @@ bool MachineHas(CpuLevel level) {
 }
 
 const Upscale8Kernels* Kernels8(Family family, CpuLevel level) {
-    static const Upscale8Kernels* const kTwoPass[] = {&kUpscale8TwoPassScalar, &kUpscale8TwoPassSse2,
-                                                      &kUpscale8TwoPassAvx2, &kUpscale8TwoPassAvx512};
+    static const Upscale8Kernels* const kTwoPass[] = {&kUpscale8TwoPassScalar,
+                                                      &kUpscale8TwoPassSse2, &kUpscale8TwoPassAvx2,
+                                                      &kUpscale8TwoPassAvx512};
     static const Upscale8Kernels* const kCell[] = {&kUpscale8CellScalar, &kUpscale8CellSse2,
                                                    &kUpscale8CellAvx2, &kUpscale8CellAvx512};
     return (family == Family::TwoPass8 ? kTwoPass : kCell)[static_cast<int>(level)];
@@ -149,16 +150,19 @@ void CheckFamily(const UpscaleKernels<Sample>& kernels, Family family, Reference
     PlanHolder holder(*c);
     holder.Prepare(kernels);
     const auto source = Pixels<Sample>(s, seed);
-    for (const int32_t ceiling : sizeof(Sample) == 1 ? std::array{255, 200} : std::array{65535, 32768}) {
-        CeilingGuard guard(sizeof(Sample) == 1 ? ceiling : 255, sizeof(Sample) == 2 ? ceiling : 65535);
+    for (const int32_t ceiling :
+         sizeof(Sample) == 1 ? std::array{255, 200} : std::array{65535, 32768}) {
+        CeilingGuard guard(sizeof(Sample) == 1 ? ceiling : 255,
+                           sizeof(Sample) == 2 ? ceiling : 65535);
         std::vector<Sample> expected(std::size_t{s.dw} * s.dh * 4);
         ASSERT_TRUE(reference(source.data(), expected.data(), c.get()));
         for (const uint32_t bands : k.bandCounts) {
-            const auto out = RunBands(kernels, holder.plan(), source, bands == 0 ? s.dh : bands, ceiling);
-            ASSERT_TRUE(out == expected) << s.sw << "x" << s.sh << " -> " << s.dw << "x" << s.dh
-                                         << (k.lanczos ? " lanczos" : " cubic")
-                                         << (k.scramble ? " scrambled" : "") << ", " << bands
-                                         << " bands, ceiling " << ceiling;
+            const auto out =
+                RunBands(kernels, holder.plan(), source, bands == 0 ? s.dh : bands, ceiling);
+            ASSERT_TRUE(out == expected)
+                << s.sw << "x" << s.sh << " -> " << s.dw << "x" << s.dh
+                << (k.lanczos ? " lanczos" : " cubic") << (k.scramble ? " scrambled" : "") << ", "
+                << bands << " bands, ceiling " << ceiling;
         }
         if (family == Family::TwoPass8) {
             break;  // the ceiling does not apply
@@ -168,8 +172,8 @@ void CheckFamily(const UpscaleKernels<Sample>& kernels, Family family, Reference
 
 std::vector<Case> Cases() {
     const std::vector<uint32_t> all = {1, 2, 3, 7, 0};
-    const Size small[] = {{4, 4, 4, 4},     {4, 4, 5, 7},   {4, 4, 9, 9},     {5, 4, 13, 11},
-                          {7, 6, 7, 19},    {9, 5, 31, 5},  {17, 13, 61, 47}, {33, 7, 101, 29},
+    const Size small[] = {{4, 4, 4, 4},     {4, 4, 5, 7},    {4, 4, 9, 9},      {5, 4, 13, 11},
+                          {7, 6, 7, 19},    {9, 5, 31, 5},   {17, 13, 61, 47},  {33, 7, 101, 29},
                           {11, 10, 12, 33}, {6, 40, 7, 300}, {64, 48, 203, 151}};
     std::vector<Case> cases;
     for (const Size& s : small) {

@@ -27,7 +27,9 @@ inline int WeightCopies(const ScaleContext& c, bool rows) {
 class PlanHolder {
 public:
     explicit PlanHolder(const ScaleContext& c)
-        : columns_(c.dstWidth), rows_(c.dstHeight), columnWeights_(Plain(c, false)),
+        : columns_(c.dstWidth),
+          rows_(c.dstHeight),
+          columnWeights_(Plain(c, false)),
           rowWeights_(Plain(c, true)) {
         BuildUpscaleIntervals(c.columnSpanEnd, c.srcWidth, c.dstWidth, columns_.data());
         BuildUpscaleIntervals(c.rowSpanEnd, c.srcHeight, c.dstHeight, rows_.data());
@@ -46,7 +48,7 @@ public:
     template <typename Sample>
     void Prepare(const UpscaleKernels<Sample>& kernels) {
         const std::size_t bytes = kernels.preparedBytes(plan_);
-        prepared_.reset(bytes != 0 ? ::operator new(bytes, std::align_val_t{64}) : nullptr);
+        prepared_.reset(bytes != 0 ? ::operator new (bytes, std::align_val_t{64}) : nullptr);
         kernels.prepare(plan_, prepared_.get());
         plan_.prepared = prepared_.get();
     }
@@ -55,8 +57,8 @@ public:
 
 private:
     static std::vector<int16_t> Plain(const ScaleContext& c, bool rows) {
-        const std::size_t count = std::size_t{rows ? c.dstHeight : c.dstWidth} *
-                                  ((c.options & OPT_LANCZOS) != 0 ? 8 : 4);
+        const std::size_t count =
+            std::size_t{rows ? c.dstHeight : c.dstWidth} * ((c.options & OPT_LANCZOS) != 0 ? 8 : 4);
         const int copies = WeightCopies(c, rows);
         const int16_t* table = rows ? c.rowWeights : c.columnWeights;
         std::vector<int16_t> plain(count);
@@ -67,7 +69,7 @@ private:
     }
 
     struct AlignedDelete {
-        void operator()(void* p) const { ::operator delete(p, std::align_val_t{64}); }
+        void operator()(void* p) const { ::operator delete (p, std::align_val_t{64}); }
     };
     std::vector<uint32_t> columns_;
     std::vector<uint32_t> rows_;
