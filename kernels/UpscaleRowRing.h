@@ -81,12 +81,18 @@ struct BandLayout {
           pairEntries(RoundUp(std::size_t{plan.srcWidth} + plan.taps - 3, 2)),
           paddedPixels(pairEntries + 2) {}
 
-    std::size_t RingBytes() const { return RoundUp(taps * ringPitch * sizeof(Held), kScratchAlign); }
+    std::size_t RingBytes() const {
+        return RoundUp(taps * ringPitch * sizeof(Held), kScratchAlign);
+    }
     std::size_t PaddedBytes() const {
         return RoundUp(paddedPixels * 4 * sizeof(Sample), kScratchAlign);
     }
-    std::size_t PairBytes() const { return RoundUp(pairEntries * 8 * sizeof(int16_t), kScratchAlign); }
-    std::size_t TotalBytes() const { return kScratchAlign + RingBytes() + PaddedBytes() + PairBytes(); }
+    std::size_t PairBytes() const {
+        return RoundUp(pairEntries * 8 * sizeof(int16_t), kScratchAlign);
+    }
+    std::size_t TotalBytes() const {
+        return kScratchAlign + RingBytes() + PaddedBytes() + PairBytes();
+    }
 
     // Carves an unaligned scratch block.
     void Bind(void* scratch) {
@@ -135,15 +141,18 @@ void PadSourceRow(const UpscalePlan& plan, const typename Family::Sample* source
 
 // Walks destination rows [rowBegin, rowEnd): keeps the ring filled with the
 // rows each one needs (horizontal(sourceRow, ringRow)), then calls
-// vertical(rows, dy) with the taps ring rows in tap order.
+// vertical(rows, dy, count) with the taps ring rows in tap order for
+// destination rows dy .. dy + count - 1: two when the next row of the band
+// has the same interval (and so the same ring rows), else one.
 template <int Taps, typename Held, typename Horizontal, typename Vertical>
 void RollRows(const UpscalePlan& plan, Held* ring, std::size_t ringPitch, uint32_t rowBegin,
               uint32_t rowEnd, Horizontal&& horizontal, Vertical&& vertical) {
     constexpr int64_t kReach = Taps / 2 - 1;
     const int64_t lastRow = int64_t{plan.srcHeight} - 1;
     int64_t haveTop = INT64_MIN / 2;  // ring holds rows haveTop .. haveTop + Taps - 1
-    for (uint32_t dy = rowBegin; dy < rowEnd; ++dy) {
-        const int64_t top = int64_t{plan.rowInterval[dy]} - kReach;
+    for (uint32_t dy = rowBegin; dy < rowEnd;) {
+        const uint32_t interval = plan.rowInterval[dy];
+        const int64_t top = int64_t{interval} - kReach;
         if (top != haveTop) {
             const bool overlaps = top > haveTop && top < haveTop + Taps;
             for (int64_t t = overlaps ? haveTop + Taps : top; t < top + Taps; ++t) {
@@ -156,7 +165,9 @@ void RollRows(const UpscalePlan& plan, Held* ring, std::size_t ringPitch, uint32
         for (int j = 0; j < Taps; ++j) {
             rows[j] = ring + static_cast<std::size_t>((top + j) & (Taps - 1)) * ringPitch;
         }
-        vertical(rows, dy);
+        const uint32_t count = dy + 1 < rowEnd && plan.rowInterval[dy + 1] == interval ? 2 : 1;
+        vertical(rows, dy, count);
+        dy += count;
     }
 }
 

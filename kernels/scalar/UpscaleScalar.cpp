@@ -39,15 +39,17 @@ void RunBand(const UpscalePlan& plan, const typename Family::Sample* source,
             }
         }
     };
-    auto vertical = [&](const Held* const(&rows)[Taps], uint32_t dy) {
-        const int16_t* w = plan.rowWeights + std::size_t{dy} * Taps;
-        Sample* out = destination + std::size_t{dy} * dstWidth * 4;
-        for (std::size_t lane = 0; lane < dstWidth * 4; ++lane) {
-            int64_t sum = 0;
-            for (int j = 0; j < Taps; ++j) {
-                sum += int64_t{rows[j][lane]} * w[j];
+    auto vertical = [&](const Held* const(&rows)[Taps], uint32_t firstRow, uint32_t count) {
+        for (uint32_t dy = firstRow; dy < firstRow + count; ++dy) {
+            const int16_t* w = plan.rowWeights + std::size_t{dy} * Taps;
+            Sample* out = destination + std::size_t{dy} * dstWidth * 4;
+            for (std::size_t lane = 0; lane < dstWidth * 4; ++lane) {
+                int64_t sum = 0;
+                for (int j = 0; j < Taps; ++j) {
+                    sum += int64_t{rows[j][lane]} * w[j];
+                }
+                out[lane] = static_cast<Sample>(ClampToRange(Q13Step(sum), top));
             }
-            out[lane] = static_cast<Sample>(ClampToRange(Q13Step(sum), top));
         }
     };
     upscale::RollRows<Taps>(plan, band.ring, band.ringPitch, rowBegin, rowEnd, horizontal,

@@ -162,12 +162,12 @@ public:
         RollRows<Taps>(
             plan_, band_.ring, band_.ringPitch, rowBegin, rowEnd,
             [&](uint32_t y, Held* out) { Horizontal(source, y, out); },
-            [&](const Held* const(&rows)[Taps], uint32_t dy) {
+            [&](const Held* const(&rows)[Taps], uint32_t dy, uint32_t count) {
                 Sample* out = destination + std::size_t{dy} * plan_.dstWidth * 4;
-                if constexpr (kWide) {
-                    Vertical32(rows, dy, out);
+                if (count == 2) {
+                    Vertical<2>(rows, dy, out);
                 } else {
-                    Vertical16(rows, dy, out);
+                    Vertical<1>(rows, dy, out);
                 }
             });
     }
@@ -213,49 +213,81 @@ private:
         }
     }
 
-    // Sums of kLanes * 8 int16 lanes of the Taps rows, as int16.
-    static R VerticalHalf(const Held* const (&rows)[Taps], std::size_t lane,
-                          const R (&weights)[kPairs], R round) {
-        R low = round;
-        R high = round;
+    template <int Rows>
+    void Vertical(const Held* const (&rows)[Taps], uint32_t dy, Sample* out) const {
+        if constexpr (kWide) {
+            Vertical32<Rows>(rows, dy, out);
+        } else {
+            Vertical16<Rows>(rows, dy, out);
+        }
+    }
+
+    // kLanes * 8 int16 lanes of Rows destination rows from the same ring
+    // rows, each row with its own weights; Q13 step, saturated to int16.
+    template <int Rows>
+    static void VerticalHalf(const Held* const (&rows)[Taps], std::size_t lane,
+                             const R (&weights)[Rows][kPairs], R round, R (&result)[Rows]) {
+        R low[Rows];
+        R high[Rows];
+        for (int r = 0; r < Rows; ++r) {
+            low[r] = round;
+            high[r] = round;
+        }
         for (int p = 0; p < kPairs; ++p) {
             const R a = V::Load(rows[2 * p] + lane);
             const R b = V::Load(rows[2 * p + 1] + lane);
-            low = V::Add32(low, V::Madd16(V::Unpacklo16(a, b), weights[p]));
-            high = V::Add32(high, V::Madd16(V::Unpackhi16(a, b), weights[p]));
+            const R lowPairs = V::Unpacklo16(a, b);
+            const R highPairs = V::Unpackhi16(a, b);
+            for (int r = 0; r < Rows; ++r) {
+                low[r] = V::Add32(low[r], V::Madd16(lowPairs, weights[r][p]));
+                high[r] = V::Add32(high[r], V::Madd16(highPairs, weights[r][p]));
+            }
         }
-        return V::Packs32(V::Srai13(low), V::Srai13(high));
+        for (int r = 0; r < Rows; ++r) {
+            result[r] = V::Packs32(V::Srai13(low[r]), V::Srai13(high[r]));
+        }
     }
 
+    template <int Rows>
     void Vertical16(const Held* const (&rows)[Taps], uint32_t dy, uint8_t* out) const {
-        const int16_t* w = plan_.rowWeights + std::size_t{dy} * Taps;
-        R weights[kPairs];
-        for (int p = 0; p < kPairs; ++p) {
-            weights[p] = V::Set32(
-                static_cast<int32_t>(static_cast<uint16_t>(w[2 * p]) |
-                                     (uint32_t{static_cast<uint16_t>(w[2 * p + 1])} << 16)));
+        R weights[Rows][kPairs];
+        for (int r = 0; r < Rows; ++r) {
+            const int16_t* w = plan_.rowWeights + (std::size_t{dy} + r) * Taps;
+            for (int p = 0; p < kPairs; ++p) {
+                weights[r][p] = V::Set32(static_cast<int32_t>(
+                    static_cast<uint16_t>(w[2 * p]) |
+                    (uint32_t{static_cast<uint16_t>(w[2 * p + 1])} << 16)));
+            }
         }
         const R round = V::Set32(4096);
         const R top = V::Set8(static_cast<int8_t>(ceiling_));
         constexpr std::size_t kStep = kLanes * 16;  // output bytes a step
         const std::size_t lanes = std::size_t{plan_.dstWidth} * 4;
         for (std::size_t lane = 0; lane < lanes; lane += kStep) {
-            R bytes = V::PackBytes(VerticalHalf(rows, lane, weights, round),
-                                   VerticalHalf(rows, lane + kStep / 2, weights, round));
-            bytes = V::MinU8(bytes, top);
-            if (lane + kStep <= lanes) {
-                V::Store(out + lane, bytes);
-            } else {
-                V::StoreBytes(out + lane, bytes, lanes - lane);
+            R first[Rows];
+            R second[Rows];
+            VerticalHalf<Rows>(rows, lane, weights, round, first);
+            VerticalHalf<Rows>(rows, lane + kStep / 2, weights, round, second);
+            for (int r = 0; r < Rows; ++r) {
+                const R bytes = V::MinU8(V::PackBytes(first[r], second[r]), top);
+                uint8_t* at = out + r * lanes + lane;
+                if (lane + kStep <= lanes) {
+                    V::Store(at, bytes);
+                } else {
+                    V::StoreBytes(at, bytes, lanes - lane);
+                }
             }
         }
     }
 
+    template <int Rows>
     void Vertical32(const Held* const (&rows)[Taps], uint32_t dy, uint16_t* out) const {
-        const int16_t* w = plan_.rowWeights + std::size_t{dy} * Taps;
-        R weights[Taps];
-        for (int j = 0; j < Taps; ++j) {
-            weights[j] = V::Set32(w[j]);
+        R weights[Rows][Taps];
+        for (int r = 0; r < Rows; ++r) {
+            const int16_t* w = plan_.rowWeights + (std::size_t{dy} + r) * Taps;
+            for (int j = 0; j < Taps; ++j) {
+                weights[r][j] = V::Set32(w[j]);
+            }
         }
         const R round = V::Set32(4096);
         const R top = V::Set32(ceiling_);
@@ -263,19 +295,29 @@ private:
         constexpr std::size_t kGroup = 2 * kLanes;  // pixels a step
         const std::size_t width = plan_.dstWidth;
         for (std::size_t x = 0; x < width; x += kGroup) {
-            R even = round;
-            R odd = round;
-            for (int j = 0; j < Taps; ++j) {
-                even = V::Add32(even, V::Mullo32(V::Load(rows[j] + x * 4), weights[j]));
-                odd = V::Add32(odd, V::Mullo32(V::Load(rows[j] + x * 4 + kLanes * 4), weights[j]));
+            R even[Rows];
+            R odd[Rows];
+            for (int r = 0; r < Rows; ++r) {
+                even[r] = round;
+                odd[r] = round;
             }
-            even = V::Max32(V::Min32(V::Srai13(even), top), zero);
-            odd = V::Max32(V::Min32(V::Srai13(odd), top), zero);
-            const R samples = V::PackU16(even, odd);
-            if (x + kGroup <= width) {
-                V::Store(out + x * 4, samples);
-            } else {
-                V::StoreBytes(out + x * 4, samples, (width - x) * 8);
+            for (int j = 0; j < Taps; ++j) {
+                const R evenRow = V::Load(rows[j] + x * 4);
+                const R oddRow = V::Load(rows[j] + x * 4 + kLanes * 4);
+                for (int r = 0; r < Rows; ++r) {
+                    even[r] = V::Add32(even[r], V::Mullo32(evenRow, weights[r][j]));
+                    odd[r] = V::Add32(odd[r], V::Mullo32(oddRow, weights[r][j]));
+                }
+            }
+            for (int r = 0; r < Rows; ++r) {
+                const R samples = V::PackU16(V::Max32(V::Min32(V::Srai13(even[r]), top), zero),
+                                             V::Max32(V::Min32(V::Srai13(odd[r]), top), zero));
+                uint16_t* at = out + r * width * 4 + x * 4;
+                if (x + kGroup <= width) {
+                    V::Store(at, samples);
+                } else {
+                    V::StoreBytes(at, samples, (width - x) * 8);
+                }
             }
         }
     }
