@@ -24,12 +24,22 @@ struct Avx2 {
         _mm256_store_si256(reinterpret_cast<R*>(all), v);
         std::memcpy(p, all, bytes);
     }
-    static R LoadLanes(const int16_t* row, const uint32_t* entries, uint32_t add) {
-        const __m128i low = _mm_loadu_si128(
-            reinterpret_cast<const __m128i*>(row + std::size_t{entries[0] + add} * 8));
-        const __m128i high = _mm_loadu_si128(
-            reinterpret_cast<const __m128i*>(row + std::size_t{entries[1] + add} * 8));
-        return _mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1);
+    // Sums of two destination pixels, one a 128-bit lane: each pixel's Pairs
+    // pairs side by side at pairs + offsets[i], its weights after the
+    // previous pixel's; the per-pixel partial sums are added across lanes.
+    template <int Pairs>
+    static R FilterPixels(const int16_t* pairs, const uint32_t* offsets, const int16_t* weights) {
+        R pixel[2];
+        for (int i = 0; i < 2; ++i) {
+            const int16_t* at = pairs + offsets[i];
+            const int16_t* w = weights + i * Pairs * 8;
+            pixel[i] = Madd16(Load(at), Load(w));
+            if constexpr (Pairs == 4) {
+                pixel[i] = Add32(pixel[i], Madd16(Load(at + 16), Load(w + 16)));
+            }
+        }
+        return Add32(_mm256_permute2x128_si256(pixel[0], pixel[1], 0x20),
+                     _mm256_permute2x128_si256(pixel[0], pixel[1], 0x31));
     }
     static R Set8(int8_t v) { return _mm256_set1_epi8(v); }
     static R Set32(int32_t v) { return _mm256_set1_epi32(v); }

@@ -29,15 +29,36 @@ struct Avx512 {
         const __mmask64 mask = bytes >= 64 ? ~__mmask64{0} : (__mmask64{1} << bytes) - 1;
         _mm512_mask_storeu_epi8(p, mask, v);
     }
-    static __m128i Entry(const int16_t* row, uint32_t entry) {
-        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + std::size_t{entry} * 8));
-    }
-    static R LoadLanes(const int16_t* row, const uint32_t* entries, uint32_t add) {
-        const __m256i low = _mm256_inserti128_si256(
-            _mm256_castsi128_si256(Entry(row, entries[0] + add)), Entry(row, entries[1] + add), 1);
-        const __m256i high = _mm256_inserti128_si256(
-            _mm256_castsi128_si256(Entry(row, entries[2] + add)), Entry(row, entries[3] + add), 1);
-        return _mm512_inserti64x4(_mm512_castsi256_si512(low), high, 1);
+    // Sums of four destination pixels, one a 128-bit lane: each pixel's
+    // Pairs pairs side by side at pairs + offsets[i], its weights after the
+    // previous pixel's. Eight taps: one register a pixel, its four partial
+    // sums added across lanes; four taps: two pixels a register.
+    template <int Pairs>
+    static R FilterPixels(const int16_t* pairs, const uint32_t* offsets, const int16_t* weights) {
+        if constexpr (Pairs == 4) {
+            R pixel[4];
+            for (int i = 0; i < 4; ++i) {
+                pixel[i] = Madd16(Load(pairs + offsets[i]), Load(weights + i * 32));
+            }
+            const R ab = Add32(_mm512_shuffle_i32x4(pixel[0], pixel[1], _MM_SHUFFLE(1, 0, 1, 0)),
+                               _mm512_shuffle_i32x4(pixel[0], pixel[1], _MM_SHUFFLE(3, 2, 3, 2)));
+            const R cd = Add32(_mm512_shuffle_i32x4(pixel[2], pixel[3], _MM_SHUFFLE(1, 0, 1, 0)),
+                               _mm512_shuffle_i32x4(pixel[2], pixel[3], _MM_SHUFFLE(3, 2, 3, 2)));
+            return Add32(_mm512_shuffle_i32x4(ab, cd, _MM_SHUFFLE(2, 0, 2, 0)),
+                         _mm512_shuffle_i32x4(ab, cd, _MM_SHUFFLE(3, 1, 3, 1)));
+        } else {
+            R two[2];
+            for (int i = 0; i < 2; ++i) {
+                const __m256i first = _mm256_loadu_si256(
+                    reinterpret_cast<const __m256i*>(pairs + offsets[2 * i]));
+                const __m256i second = _mm256_loadu_si256(
+                    reinterpret_cast<const __m256i*>(pairs + offsets[2 * i + 1]));
+                two[i] = Madd16(_mm512_inserti64x4(_mm512_castsi256_si512(first), second, 1),
+                                Load(weights + i * 32));
+            }
+            return Add32(_mm512_shuffle_i32x4(two[0], two[1], _MM_SHUFFLE(2, 0, 2, 0)),
+                         _mm512_shuffle_i32x4(two[0], two[1], _MM_SHUFFLE(3, 1, 3, 1)));
+        }
     }
     static R Set8(int8_t v) { return _mm512_set1_epi8(v); }
     static R Set32(int32_t v) { return _mm512_set1_epi32(v); }

@@ -23,8 +23,16 @@ struct Sse2 {
         _mm_store_si128(reinterpret_cast<R*>(all), v);
         std::memcpy(p, all, bytes);
     }
-    static R LoadLanes(const int16_t* row, const uint32_t* entries, uint32_t add) {
-        return Load(row + std::size_t{entries[0] + add} * 8);
+    // Sums of one destination pixel: its Pairs pairs side by side at
+    // pairs + offsets[0], its weights at weights.
+    template <int Pairs>
+    static R FilterPixels(const int16_t* pairs, const uint32_t* offsets, const int16_t* weights) {
+        const int16_t* at = pairs + offsets[0];
+        R sum = Madd16(Load(at), Load(weights));
+        for (int p = 1; p < Pairs; ++p) {
+            sum = Add32(sum, Madd16(Load(at + 8 * p), Load(weights + 8 * p)));
+        }
+        return sum;
     }
     static R Set8(int8_t v) { return _mm_set1_epi8(v); }
     static R Set32(int32_t v) { return _mm_set1_epi32(v); }

@@ -5,13 +5,15 @@
 // Horizontal step: each source row is padded (replicated border pixels) and
 // turned into a row of column pairs, entry e holding padded pixels e and
 // e + 1 channel by channel interleaved (a0 b0 a1 b1 a2 b2 a3 b3, 16 bits
-// each; 16-bit samples are stored minus 32768 so that they fit). One 128-bit
-// lane filters one destination pixel: pmaddwd of pair entries with pair
-// weights, summed over the pairs, Q13 step. Destination pixels go in groups
-// of 2 * kLanes: lane i of the "even" register holds pixel 2i of the group,
-// of the "odd" one pixel 2i + 1, so the in-lane packs put them back in order.
-// At 16 bits the ring keeps the two registers as they are (32-bit lanes);
-// the vertical step's in-lane pack restores the order there.
+// each; 16-bit samples are stored minus 32768 so that they fit). Even entries
+// are kept apart from odd ones, so the pairs one destination pixel filters
+// (entries e, e + 2, ...) lie side by side: one load, one pmaddwd with the
+// pixel's pair weights, and the 128-bit partial sums added across lanes,
+// then the Q13 step. Destination pixels go in groups of 2 * kLanes: lane i of
+// the "even" register holds pixel 2i of the group, of the "odd" one pixel
+// 2i + 1, so the in-lane packs put them back in order. At 16 bits the ring
+// keeps the two registers as they are (32-bit lanes); the vertical step's
+// in-lane pack restores the order there.
 //
 // Vertical step: 16-bit rows as interleaved row pairs through pmaddwd, or
 // 32-bit rows through pmulld; every sum wraps to 32 bits as the Q13 step
@@ -32,10 +34,10 @@ namespace quillon::upscale {
 namespace {
 
 // Where a vector level's column layout keeps what: per group of 2 * Lanes
-// destination pixels, the pair weights (even pixels then odd ones, pair by
-// pair, lane by lane: w0 w1 w0 w1 w0 w1 w0 w1), at 16 bits the 32-bit bias
-// of each pixel (4096 plus 32768 times its weight sum, undoing the sample
-// offset), and each pixel's first pair entry (its source interval).
+// destination pixels (even pixels first, then odd ones), each pixel's pair
+// weights (pair by pair: w0 w1 w0 w1 w0 w1 w0 w1), at 16 bits each pixel's
+// 32-bit bias (4096 plus 32768 times its weight sum, undoing the sample
+// offset), and where each pixel's first pair sits in the split pair row.
 template <int Lanes, typename Family>
 struct ColumnLayout {
     static constexpr bool kBias = sizeof(typename Family::Sample) == 2;
@@ -44,29 +46,34 @@ struct ColumnLayout {
         : pairs(plan.taps / 2), groups(RoundUp(plan.dstWidth, kPixelBlock) / (2 * Lanes)) {}
 
     std::size_t WeightBytes() const {
-        return RoundUp(groups * 2 * pairs * Lanes * 8 * sizeof(int16_t), kScratchAlign);
+        return RoundUp(groups * 2 * Lanes * pairs * 8 * sizeof(int16_t), kScratchAlign);
     }
     std::size_t BiasBytes() const {
         return kBias ? RoundUp(groups * 2 * Lanes * 4 * sizeof(int32_t), kScratchAlign) : 0;
     }
-    std::size_t EntryBytes() const {
+    std::size_t OffsetBytes() const {
         return RoundUp(groups * 2 * Lanes * sizeof(uint32_t), kScratchAlign);
     }
-    std::size_t TotalBytes() const { return WeightBytes() + BiasBytes() + EntryBytes(); }
+    std::size_t TotalBytes() const { return WeightBytes() + BiasBytes() + OffsetBytes(); }
 
     void Bind(const void* block) {
         const auto* bytes = static_cast<const unsigned char*>(block);
         weights = reinterpret_cast<const int16_t*>(bytes);
         bias = reinterpret_cast<const int32_t*>(bytes + WeightBytes());
-        entries = reinterpret_cast<const uint32_t*>(bytes + WeightBytes() + BiasBytes());
+        offsets = reinterpret_cast<const uint32_t*>(bytes + WeightBytes() + BiasBytes());
     }
 
     std::size_t pairs;
     std::size_t groups;
     const int16_t* weights = nullptr;
     const int32_t* bias = nullptr;
-    const uint32_t* entries = nullptr;
+    const uint32_t* offsets = nullptr;  // int16 index into the split pair row
 };
+
+// Index of pair entry e in the split pair row: even entries first.
+inline std::size_t SplitPairIndex(std::size_t e, std::size_t pairEntries) {
+    return ((e & 1) * (pairEntries / 2) + (e >> 1)) * 8;
+}
 
 template <int Lanes, typename Family>
 std::size_t VectorPreparedBytes(const UpscalePlan& plan) {
@@ -74,48 +81,49 @@ std::size_t VectorPreparedBytes(const UpscalePlan& plan) {
 }
 
 // Padding pixels beyond the destination's width repeat the last pixel's
-// entry with zero weights.
+// pairs with zero weights.
 template <int Lanes, typename Family>
 void VectorPrepare(const UpscalePlan& plan, void* prepared) {
     const ColumnLayout<Lanes, Family> layout(plan);
+    const std::size_t pairEntries = BandLayout<Family>(plan).pairEntries;
     auto* block = static_cast<unsigned char*>(prepared);
     auto* weights = reinterpret_cast<int16_t*>(block);
     [[maybe_unused]] auto* bias = reinterpret_cast<int32_t*>(block + layout.WeightBytes());
-    auto* entries = reinterpret_cast<uint32_t*>(block + layout.WeightBytes() + layout.BiasBytes());
+    auto* offsets = reinterpret_cast<uint32_t*>(block + layout.WeightBytes() + layout.BiasBytes());
     const std::size_t taps = plan.taps;
-    for (std::size_t g = 0; g < layout.groups; ++g) {
-        for (std::size_t half = 0; half < 2; ++half) {
-            for (std::size_t i = 0; i < Lanes; ++i) {
-                const std::size_t dx = g * 2 * Lanes + 2 * i + half;
-                const bool inside = dx < plan.dstWidth;
-                const std::size_t source = inside ? dx : plan.dstWidth - 1;
-                entries[g * 2 * Lanes + half * Lanes + i] = plan.columnInterval[source];
-                const int16_t* w = plan.columnWeights + source * taps;
-                uint32_t sum = 0;
-                for (std::size_t p = 0; p < layout.pairs; ++p) {
-                    int16_t* out =
-                        weights + ((g * 2 + half) * layout.pairs + p) * Lanes * 8 + i * 8;
-                    for (int ch = 0; ch < 4; ++ch) {
-                        out[2 * ch] = inside ? w[2 * p] : 0;
-                        out[2 * ch + 1] = inside ? w[2 * p + 1] : 0;
-                    }
-                    sum += inside ? static_cast<uint32_t>(w[2 * p] + w[2 * p + 1]) : 0;
-                }
-                if constexpr (ColumnLayout<Lanes, Family>::kBias) {
-                    const auto pixelBias = static_cast<int32_t>(sum * 32768u + 4096u);
-                    for (int ch = 0; ch < 4; ++ch) {
-                        bias[((g * 2 + half) * Lanes + i) * 4 + ch] = pixelBias;
-                    }
-                }
+    for (std::size_t slot = 0; slot < layout.groups * 2 * Lanes; ++slot) {
+        const std::size_t g = slot / (2 * Lanes);
+        const std::size_t half = slot % (2 * Lanes) / Lanes;
+        const std::size_t dx = g * 2 * Lanes + 2 * (slot % Lanes) + half;
+        const bool inside = dx < plan.dstWidth;
+        const std::size_t source = inside ? dx : plan.dstWidth - 1;
+        offsets[slot] =
+            static_cast<uint32_t>(SplitPairIndex(plan.columnInterval[source], pairEntries));
+        const int16_t* w = plan.columnWeights + source * taps;
+        uint32_t sum = 0;
+        for (std::size_t p = 0; p < layout.pairs; ++p) {
+            int16_t* out = weights + (slot * layout.pairs + p) * 8;
+            for (int ch = 0; ch < 4; ++ch) {
+                out[2 * ch] = inside ? w[2 * p] : 0;
+                out[2 * ch + 1] = inside ? w[2 * p + 1] : 0;
+            }
+            sum += inside ? static_cast<uint32_t>(w[2 * p] + w[2 * p + 1]) : 0;
+        }
+        if constexpr (ColumnLayout<Lanes, Family>::kBias) {
+            const auto pixelBias = static_cast<int32_t>(sum * 32768u + 4096u);
+            for (int ch = 0; ch < 4; ++ch) {
+                bias[slot * 4 + ch] = pixelBias;
             }
         }
     }
 }
 
-// The padded row's pair entries (see above), two entries a step.
+// The padded row's pair entries (see above), two entries a step: the even
+// one into the first half of the row, the odd one into the second.
 template <typename Family>
 void BuildPairRow(BandLayout<Family>& band) {
-    int16_t* out = band.pairs;
+    int16_t* even = band.pairs;
+    int16_t* odd = band.pairs + band.pairEntries / 2 * 8;
     if constexpr (sizeof(typename Family::Sample) == 1) {
         const uint8_t* pad = band.padded;
         const __m128i zero = _mm_setzero_si128();
@@ -123,9 +131,9 @@ void BuildPairRow(BandLayout<Family>& band) {
             const __m128i a = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(pad + e * 4));
             const __m128i b = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(pad + e * 4 + 4));
             const __m128i both = _mm_unpacklo_epi8(a, b);
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + e * 8),
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(even + e * 4),
                              _mm_unpacklo_epi8(both, zero));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + e * 8 + 8),
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(odd + e * 4),
                              _mm_unpackhi_epi8(both, zero));
         }
     } else {
@@ -134,9 +142,9 @@ void BuildPairRow(BandLayout<Family>& band) {
         for (std::size_t e = 0; e < band.pairEntries; e += 2) {
             const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pad + e * 4));
             const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pad + e * 4 + 4));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + e * 8),
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(even + e * 4),
                              _mm_xor_si128(_mm_unpacklo_epi16(a, b), offset));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + e * 8 + 8),
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(odd + e * 4),
                              _mm_xor_si128(_mm_unpackhi_epi16(a, b), offset));
         }
     }
@@ -179,24 +187,22 @@ private:
         const int16_t* pairs = band_.pairs;
         const int16_t* w = columns_.weights;
         const int32_t* bias = columns_.bias;
-        const uint32_t* entries = columns_.entries;
+        const uint32_t* offsets = columns_.offsets;
         const R round = V::Set32(4096);
+        constexpr std::size_t kHalfWeights = std::size_t{kLanes} * kPairs * 8;
         for (std::size_t g = 0; g < columns_.groups; ++g) {
-            R even = round;
-            R odd = round;
+            R even = V::template FilterPixels<kPairs>(pairs, offsets, w);
+            R odd = V::template FilterPixels<kPairs>(pairs, offsets + kLanes, w + kHalfWeights);
             if constexpr (kWide) {
-                even = V::Load(bias);
-                odd = V::Load(bias + kLanes * 4);
+                even = V::Add32(even, V::Load(bias));
+                odd = V::Add32(odd, V::Load(bias + kLanes * 4));
                 bias += 2 * kLanes * 4;
+            } else {
+                even = V::Add32(even, round);
+                odd = V::Add32(odd, round);
             }
-            for (int p = 0; p < kPairs; ++p) {
-                even = V::Add32(even, V::Madd16(V::LoadLanes(pairs, entries, 2 * p),
-                                                V::Load(w + p * kLanes * 8)));
-                odd = V::Add32(odd, V::Madd16(V::LoadLanes(pairs, entries + kLanes, 2 * p),
-                                              V::Load(w + (kPairs + p) * kLanes * 8)));
-            }
-            w += 2 * kPairs * kLanes * 8;
-            entries += 2 * kLanes;
+            w += 2 * kHalfWeights;
+            offsets += 2 * kLanes;
             even = V::Srai13(even);
             odd = V::Srai13(odd);
             if constexpr (kWide) {
