@@ -62,13 +62,16 @@ inline constexpr std::size_t kScratchAlign = 64;
 // the widest vector step of any level.
 inline constexpr uint32_t kPixelBlock = 16;
 
+// Pair rows are built this many entries a step (the widest level's).
+inline constexpr std::size_t kPairBlock = 8;
+
 inline std::size_t RoundUp(std::size_t n, std::size_t to) {
     return (n + to - 1) / to * to;
 }
 
 // One band's scratch: the ring (taps rows of padded destination width), the
-// source row with replicated border pixels, and the row of interleaved
-// column pairs the vector levels filter from.
+// source row with replicated border pixels the scalar level filters from,
+// and the row of interleaved column pairs the vector levels filter from.
 template <typename Family>
 struct BandLayout {
     using Sample = typename Family::Sample;
@@ -78,7 +81,7 @@ struct BandLayout {
         : taps(plan.taps),
           reach(plan.taps / 2 - 1),
           ringPitch(RoundUp(plan.dstWidth, kPixelBlock) * 4),
-          pairEntries(RoundUp(std::size_t{plan.srcWidth} + plan.taps - 3, 2)),
+          pairEntries(RoundUp(std::size_t{plan.srcWidth} + plan.taps - 3, kPairBlock)),
           paddedPixels(pairEntries + 2) {}
 
     std::size_t RingBytes() const {

@@ -41,6 +41,10 @@ struct Avx2 {
         return Add32(_mm256_permute2x128_si256(pixel[0], pixel[1], 0x20),
                      _mm256_permute2x128_si256(pixel[0], pixel[1], 0x31));
     }
+    // 2 * kLanes pixels of 8-bit samples, widened to 16 bits.
+    static R WidenBytes(const void* p) { return _mm256_cvtepu8_epi16(_mm_loadu_si128(static_cast<const __m128i*>(p))); }
+    static R Xor(R a, R b) { return _mm256_xor_si256(a, b); }
+    static R Set16(int16_t v) { return _mm256_set1_epi16(v); }
     static R Set8(int8_t v) { return _mm256_set1_epi8(v); }
     static R Set32(int32_t v) { return _mm256_set1_epi32(v); }
     static R Add32(R a, R b) { return _mm256_add_epi32(a, b); }

@@ -60,6 +60,10 @@ struct Avx512 {
                          _mm512_shuffle_i32x4(two[0], two[1], _MM_SHUFFLE(3, 1, 3, 1)));
         }
     }
+    // 2 * kLanes pixels of 8-bit samples, widened to 16 bits.
+    static R WidenBytes(const void* p) { return _mm512_cvtepu8_epi16(_mm256_loadu_si256(static_cast<const __m256i*>(p))); }
+    static R Xor(R a, R b) { return _mm512_xor_si512(a, b); }
+    static R Set16(int16_t v) { return _mm512_set1_epi16(v); }
     static R Set8(int8_t v) { return _mm512_set1_epi8(v); }
     static R Set32(int32_t v) { return _mm512_set1_epi32(v); }
     static R Add32(R a, R b) { return _mm512_add_epi32(a, b); }

@@ -118,35 +118,48 @@ void VectorPrepare(const UpscalePlan& plan, void* prepared) {
     }
 }
 
-// The padded row's pair entries (see above), two entries a step: the even
-// one into the first half of the row, the odd one into the second.
-template <typename Family>
-void BuildPairRow(BandLayout<Family>& band) {
+// Source row y's pair entries (see above), 2 * kLanes a step: the even ones
+// into the first half of the pair row, the odd ones into the second. Steps
+// inside the row read it directly; the few at its ends read a copy of the
+// pixels they need with the border pixels repeated.
+template <typename V, typename Family>
+void BuildPairRow(const UpscalePlan& plan, const typename Family::Sample* source, uint32_t y,
+                  BandLayout<Family>& band) {
+    using Sample = typename Family::Sample;
+    using R = typename V::R;
+    constexpr std::size_t kStep = 2 * V::kLanes;
+    const std::size_t width = plan.srcWidth;
+    const std::size_t reach = band.reach;
+    const Sample* row = source + std::size_t{y} * width * 4;
     int16_t* even = band.pairs;
     int16_t* odd = band.pairs + band.pairEntries / 2 * 8;
-    if constexpr (sizeof(typename Family::Sample) == 1) {
-        const uint8_t* pad = band.padded;
-        const __m128i zero = _mm_setzero_si128();
-        for (std::size_t e = 0; e < band.pairEntries; e += 2) {
-            const __m128i a = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(pad + e * 4));
-            const __m128i b = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(pad + e * 4 + 4));
-            const __m128i both = _mm_unpacklo_epi8(a, b);
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(even + e * 4),
-                             _mm_unpacklo_epi8(both, zero));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(odd + e * 4),
-                             _mm_unpackhi_epi8(both, zero));
+    Sample edge[(kStep + 1) * 4];
+    for (std::size_t e = 0; e < band.pairEntries; e += kStep) {
+        // Padded pixels e .. e + kStep, i.e. columns e - reach .. e - reach + kStep.
+        const Sample* pixels = edge;
+        if (e >= reach && e - reach + kStep < width) {
+            pixels = row + (e - reach) * 4;
+        } else {
+            for (std::size_t i = 0; i <= kStep; ++i) {
+                const std::size_t column =
+                    e + i < reach ? 0 : (e + i - reach < width ? e + i - reach : width - 1);
+                for (int ch = 0; ch < 4; ++ch) {
+                    edge[i * 4 + ch] = row[column * 4 + ch];
+                }
+            }
         }
-    } else {
-        const uint16_t* pad = band.padded;
-        const __m128i offset = _mm_set1_epi16(static_cast<int16_t>(0x8000));
-        for (std::size_t e = 0; e < band.pairEntries; e += 2) {
-            const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pad + e * 4));
-            const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pad + e * 4 + 4));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(even + e * 4),
-                             _mm_xor_si128(_mm_unpacklo_epi16(a, b), offset));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(odd + e * 4),
-                             _mm_xor_si128(_mm_unpackhi_epi16(a, b), offset));
+        R first;
+        R second;
+        if constexpr (sizeof(Sample) == 1) {
+            first = V::WidenBytes(pixels);
+            second = V::WidenBytes(pixels + 4);
+        } else {
+            const R offset = V::Set16(static_cast<int16_t>(0x8000));
+            first = V::Xor(V::Load(pixels), offset);
+            second = V::Xor(V::Load(pixels + 4), offset);
         }
+        V::Store(even + e * 4, V::Unpacklo16(first, second));
+        V::Store(odd + e * 4, V::Unpackhi16(first, second));
     }
 }
 
@@ -182,8 +195,7 @@ public:
 
 private:
     void Horizontal(const Sample* source, uint32_t y, Held* out) {
-        PadSourceRow(plan_, source, y, band_);
-        BuildPairRow(band_);
+        BuildPairRow<V>(plan_, source, y, band_);
         const int16_t* pairs = band_.pairs;
         const int16_t* w = columns_.weights;
         const int32_t* bias = columns_.bias;
