@@ -42,7 +42,9 @@ struct Avx2 {
                      _mm256_permute2x128_si256(pixel[0], pixel[1], 0x31));
     }
     // 2 * kLanes pixels of 8-bit samples, widened to 16 bits.
-    static R WidenBytes(const void* p) { return _mm256_cvtepu8_epi16(_mm_loadu_si128(static_cast<const __m128i*>(p))); }
+    static R WidenBytes(const void* p) {
+        return _mm256_cvtepu8_epi16(_mm_loadu_si128(static_cast<const __m128i*>(p)));
+    }
     static R Xor(R a, R b) { return _mm256_xor_si256(a, b); }
     static R Set16(int16_t v) { return _mm256_set1_epi16(v); }
     static R Set8(int8_t v) { return _mm256_set1_epi8(v); }

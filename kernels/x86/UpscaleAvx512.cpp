@@ -49,8 +49,8 @@ struct Avx512 {
         } else {
             R two[2];
             for (int i = 0; i < 2; ++i) {
-                const __m256i first = _mm256_loadu_si256(
-                    reinterpret_cast<const __m256i*>(pairs + offsets[2 * i]));
+                const __m256i first =
+                    _mm256_loadu_si256(reinterpret_cast<const __m256i*>(pairs + offsets[2 * i]));
                 const __m256i second = _mm256_loadu_si256(
                     reinterpret_cast<const __m256i*>(pairs + offsets[2 * i + 1]));
                 two[i] = Madd16(_mm512_inserti64x4(_mm512_castsi256_si512(first), second, 1),
@@ -61,7 +61,9 @@ struct Avx512 {
         }
     }
     // 2 * kLanes pixels of 8-bit samples, widened to 16 bits.
-    static R WidenBytes(const void* p) { return _mm512_cvtepu8_epi16(_mm256_loadu_si256(static_cast<const __m256i*>(p))); }
+    static R WidenBytes(const void* p) {
+        return _mm512_cvtepu8_epi16(_mm256_loadu_si256(static_cast<const __m256i*>(p)));
+    }
     static R Xor(R a, R b) { return _mm512_xor_si512(a, b); }
     static R Set16(int16_t v) { return _mm512_set1_epi16(v); }
     static R Set8(int8_t v) { return _mm512_set1_epi8(v); }

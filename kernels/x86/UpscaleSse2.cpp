@@ -35,7 +35,9 @@ struct Sse2 {
         return sum;
     }
     // 2 * kLanes pixels of 8-bit samples, widened to 16 bits.
-    static R WidenBytes(const void* p) { return _mm_unpacklo_epi8(_mm_loadl_epi64(static_cast<const R*>(p)), _mm_setzero_si128()); }
+    static R WidenBytes(const void* p) {
+        return _mm_unpacklo_epi8(_mm_loadl_epi64(static_cast<const R*>(p)), _mm_setzero_si128());
+    }
     static R Xor(R a, R b) { return _mm_xor_si128(a, b); }
     static R Set16(int16_t v) { return _mm_set1_epi16(v); }
     static R Set8(int8_t v) { return _mm_set1_epi8(v); }
