@@ -3,10 +3,10 @@
 // kernels: the destination cut into 1, 2, 3 and 7 bands and into bands of one
 // row (more bands than rows on the short frames), each band run alone with
 // its own unaligned scratch of exactly the size asked for. Sizes: 4 x 4
-// sources, odd widths, 1:1 axes, non-integer ratios, a tall thin frame, SD
-// and HD to UHD. Tables: the real ones, and random weights and span ends
-// (out of order, wrapped, past the end) written into the context, which
-// drive every sum through its 32-bit wrap and every clamp.
+// sources, odd widths, 1:1 axes, non-integer ratios, a tall thin frame,
+// 65536-sample axes, SD and HD to UHD. Tables: the real ones, and random
+// weights and span ends (out of order, wrapped, past the end) written into
+// the context, which drive every sum through its 32-bit wrap and every clamp.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -182,6 +182,10 @@ std::vector<Case> Cases() {
                 cases.push_back({s, lanczos, scramble, all});
             }
         }
+    }
+    // 65536 samples on one axis: the last span end is stored as 0.
+    for (const Size& s : {Size{4, 4, 65536, 4}, Size{4, 4, 4, 65536}}) {
+        cases.push_back({s, true, false, {1, 3, 7}});
     }
 #ifdef NDEBUG
     for (const bool lanczos : {false, true}) {
