@@ -12,6 +12,7 @@
 
 #include <array>
 #include <cstdint>
+#include <ostream>
 #include <random>
 #include <string>
 #include <tuple>
@@ -28,7 +29,14 @@
 #include "tests/support/PlanHolder.h"
 #include "tests/support/TestSupport.h"
 
-namespace quillon::test {
+namespace quillon {
+
+// Test names and messages print levels by name.
+inline void PrintTo(CpuLevel level, std::ostream* out) {
+    *out << CpuLevelName(level);
+}
+
+namespace test {
 namespace {
 
 using support::CeilingGuard;
@@ -36,20 +44,15 @@ using support::Context;
 using support::PlanHolder;
 
 enum class Family { TwoPass8, Cell8, Cell16 };
+const char* const kFamilyNames[] = {"TwoPass8", "Cell8", "Cell16"};
 
+void PrintTo(Family family, std::ostream* out) {
+    *out << kFamilyNames[static_cast<int>(family)];
+}
+
+// The engine's own answer: levels above the machine's are skipped.
 bool MachineHas(CpuLevel level) {
-    switch (level) {
-        case CpuLevel::Scalar:
-        case CpuLevel::Sse2:
-            return true;
-        case CpuLevel::Avx2:
-            return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
-                   __builtin_cpu_supports("bmi2");
-        case CpuLevel::Avx512:
-            return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-                   __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq");
-    }
-    return false;
+    return static_cast<int32_t>(level) <= GetMachineCpuLevel();
 }
 
 const Upscale8Kernels* Kernels8(Family family, CpuLevel level) {
@@ -240,8 +243,7 @@ TEST_P(UpscaleBands, EqualWholeFrameKernels) {
 }
 
 std::string Name(const ::testing::TestParamInfo<std::tuple<Family, CpuLevel>>& info) {
-    static const char* const kFamilies[] = {"TwoPass8", "Cell8", "Cell16"};
-    return std::string(kFamilies[static_cast<int>(std::get<0>(info.param))]) + "_" +
+    return std::string(kFamilyNames[static_cast<int>(std::get<0>(info.param))]) + "_" +
            std::string(CpuLevelName(std::get<1>(info.param)));
 }
 
@@ -253,4 +255,5 @@ INSTANTIATE_TEST_SUITE_P(FamiliesAndLevels, UpscaleBands,
                          Name);
 
 }  // namespace
-}  // namespace quillon::test
+}  // namespace test
+}  // namespace quillon
