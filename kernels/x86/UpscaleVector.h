@@ -26,8 +26,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "kernels/UpscaleRowRing.h"
 #include "kernels/UpscaleKernels.h"
+#include "kernels/UpscaleRowRing.h"
 
 // Unnamed namespace: see kernels/UpscaleRowRing.h.
 namespace quillon::upscale {
@@ -272,9 +272,9 @@ private:
         for (int r = 0; r < Rows; ++r) {
             const int16_t* w = plan_.rowWeights + (std::size_t{dy} + r) * Taps;
             for (int p = 0; p < kPairs; ++p) {
-                weights[r][p] = V::Set32(static_cast<int32_t>(
-                    static_cast<uint16_t>(w[2 * p]) |
-                    (uint32_t{static_cast<uint16_t>(w[2 * p + 1])} << 16)));
+                weights[r][p] = V::Set32(
+                    static_cast<int32_t>(static_cast<uint16_t>(w[2 * p]) |
+                                         (uint32_t{static_cast<uint16_t>(w[2 * p + 1])} << 16)));
             }
         }
         const R round = V::Set32(4096);
