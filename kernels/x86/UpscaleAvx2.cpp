@@ -20,8 +20,8 @@ struct Avx2 {
     static R Load(const void* p) { return _mm256_loadu_si256(static_cast<const R*>(p)); }
     static void Store(void* p, R v) { _mm256_storeu_si256(static_cast<R*>(p), v); }
     static void StoreBytes(void* p, R v, std::size_t bytes) {
-        alignas(32) uint8_t all[32];
-        _mm256_store_si256(reinterpret_cast<R*>(all), v);
+        uint8_t all[32];
+        _mm256_storeu_si256(reinterpret_cast<R*>(all), v);
         std::memcpy(p, all, bytes);
     }
     // Sums of two destination pixels, one a 128-bit lane: each pixel's Pairs

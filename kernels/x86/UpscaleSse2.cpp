@@ -19,8 +19,8 @@ struct Sse2 {
     static R Load(const void* p) { return _mm_loadu_si128(static_cast<const R*>(p)); }
     static void Store(void* p, R v) { _mm_storeu_si128(static_cast<R*>(p), v); }
     static void StoreBytes(void* p, R v, std::size_t bytes) {
-        alignas(16) uint8_t all[16];
-        _mm_store_si128(reinterpret_cast<R*>(all), v);
+        uint8_t all[16];
+        _mm_storeu_si128(reinterpret_cast<R*>(all), v);
         std::memcpy(p, all, bytes);
     }
     // Sums of one destination pixel: its Pairs pairs side by side at
