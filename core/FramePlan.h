@@ -7,6 +7,8 @@
 
 #include <cstdint>
 
+#include "core/UpscalePlan.h"
+
 namespace quillon {
 
 // Resizing the refinement lattice maps to the destination size: for each
@@ -48,6 +50,9 @@ struct FramePlan {
     const int16_t* refineCurve = nullptr;     // 256 x 511 (OPT_REFINE)
     const uint16_t* sharpenCurve = nullptr;   // 256 x 256 (OPT_SHARPEN)
     MapPlan map;                              // OPT_REFINE
+    // What the band upscale kernels with rolling rows read (their weights are
+    // the plain layout above).
+    UpscalePlan upscale;
 };
 
 // The two refinement maps of one frame (dstWidth x dstHeight each).

@@ -8,7 +8,10 @@
 #include "kernels/Refinement.h"
 #include "kernels/Sharpen.h"
 #include "kernels/Upscale16.h"
+#include "kernels/Upscale16Cell.h"
 #include "kernels/Upscale8.h"
+#include "kernels/Upscale8Cell.h"
+#include "kernels/Upscale8TwoPass.h"
 
 #ifdef QUILLON_X86_KERNELS
 #define QUILLON_X86_ONLY(kernel) kernel
@@ -50,6 +53,19 @@ constexpr Family<Up8> kLanczosTwoPass8{{&upscale8LanczosTwoPassScalarRows,
                                         nullptr}};
 constexpr Family<Up16> kCubicCell16{{&upscale16CubicRows, nullptr, nullptr, nullptr}};
 constexpr Family<Up16> kLanczosCell16{{&upscale16LanczosRows, nullptr, nullptr, nullptr}};
+
+// Band kernels with rolling rows (kernels/UpscaleKernels.h).
+using Rolling8 = const Upscale8Kernels*;
+using Rolling16 = const Upscale16Kernels*;
+constexpr Family<Rolling8> kTwoPassRolling8{
+    {&kUpscale8TwoPassScalar, QUILLON_X86_ONLY(&kUpscale8TwoPassSse2),
+     QUILLON_X86_ONLY(&kUpscale8TwoPassAvx2), QUILLON_X86_ONLY(&kUpscale8TwoPassAvx512)}};
+constexpr Family<Rolling8> kCellRolling8{
+    {&kUpscale8CellScalar, QUILLON_X86_ONLY(&kUpscale8CellSse2),
+     QUILLON_X86_ONLY(&kUpscale8CellAvx2), QUILLON_X86_ONLY(&kUpscale8CellAvx512)}};
+constexpr Family<Rolling16> kCellRolling16{{&kUpscale16CellScalar, nullptr,
+                                            QUILLON_X86_ONLY(&kUpscale16CellAvx2),
+                                            QUILLON_X86_ONLY(&kUpscale16CellAvx512)}};
 
 // Refinement and sharpening families.
 constexpr Family<GreyFn8> kGrey8{{&grayFrom8, nullptr, nullptr, nullptr}};
@@ -116,8 +132,13 @@ KernelTable ChooseKernels(uint32_t depthMode, uint32_t kernelVariant, bool lancz
         k.columnLayout = row.columns;
         k.rowLayout = row.rows;
         k.mapsKept = kernelVariant == KERNEL_NONE;
+        if (kernelVariant != KERNEL_NONE) {
+            k.rolling8 =
+                Pick(kernelVariant == KERNEL_CELL ? kCellRolling8 : kTwoPassRolling8, level);
+        }
     } else if (depthMode == DEPTH_16) {
         k.upscale16 = {Pick(lanczos ? kLanczosCell16 : kCubicCell16, level), &NoScratch};
+        k.rolling16 = Pick(kCellRolling16, level);
         k.columnLayout = k.rowLayout = lanczos ? WeightLayout::Lanczos : WeightLayout::Cubic;
     }
     return k;

@@ -12,12 +12,17 @@
 #include "kernels/Refinement.h"
 #include "kernels/Sharpen.h"
 #include "kernels/UpscaleBand.h"
+#include "kernels/UpscaleKernels.h"
 
 namespace quillon {
 
 struct KernelTable {
     UpscaleKernel<uint8_t> upscale8;
     UpscaleKernel<uint16_t> upscale16;
+    // The band kernels with rolling rows, when the family has them; they
+    // then run instead of upscale8 / upscale16 and read plan.upscale.
+    const Upscale8Kernels* rolling8 = nullptr;
+    const Upscale16Kernels* rolling16 = nullptr;
     GreyFn8 grey8 = nullptr;
     GreyFn16 grey16 = nullptr;
     ScaleMapVerticalFn mapVertical = nullptr;

@@ -18,6 +18,7 @@
 
 #include "antialias/AntiAlias.h"
 #include "core/EngineMemory.h"
+#include "core/EngineSettings.h"
 #include "engine/Engine.h"
 #include "engine/ScaleContext.h"
 #include "engine/ThreadPool.h"
@@ -70,9 +71,32 @@ private:
     bool ok_;
 };
 
+// The band kernels with rolling rows, when the context has them; every band
+// reads the same channel ceiling.
+template <typename Sample>
+bool UpscaleRolling(const ScaleContext& c, const UpscaleKernels<Sample>& kernels,
+                    const Sample* source, Sample* work, const FrameMemory& memory) {
+    unsigned char* scratch = memory.at(c.frame.upscaleScratch);
+    const int32_t ceiling = sizeof(Sample) == 1 ? MaxValue8() : MaxValue16();
+    ForBands(c, c.dstHeight, [&](uint32_t band, uint32_t begin, uint32_t end) {
+        kernels.run(c.upscale, source, work, begin, end, scratch + band * c.frame.upscaleBandBytes,
+                    ceiling);
+    });
+    return true;
+}
+
 template <typename Sample>
 bool Upscale(const ScaleContext& c, const UpscaleKernel<Sample>& kernel, const Sample* source,
              Sample* work, const FrameMemory& memory) {
+    if constexpr (sizeof(Sample) == 1) {
+        if (c.kernels.rolling8 != nullptr) {
+            return UpscaleRolling(c, *c.kernels.rolling8, source, work, memory);
+        }
+    } else {
+        if (c.kernels.rolling16 != nullptr) {
+            return UpscaleRolling(c, *c.kernels.rolling16, source, work, memory);
+        }
+    }
     std::atomic<bool> ok{true};
     unsigned char* scratch = memory.at(c.frame.upscaleScratch);
     ForBands(c, c.dstHeight, [&](uint32_t band, uint32_t begin, uint32_t end) {

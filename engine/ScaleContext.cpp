@@ -93,7 +93,16 @@ bool PlanFrameMemory(ScaleContext& c) {
     if (c.ownsWorkFrame()) {
         f.workFrame = take(dstW * dstH * c.bytesPerPixel());
     }
-    if (knownDepth && c.kernels.upscale8.scratchBytes != nullptr) {
+    const uint32_t upscaleBands = std::min(c.threads, c.dstHeight);
+    if (c.kernels.rolling8 != nullptr || c.kernels.rolling16 != nullptr) {
+        // Every band's ring is the same size.
+        f.upscaleBandBytes =
+            c.kernels.rolling8 != nullptr
+                ? c.kernels.rolling8->scratchBytes(c.upscale, c.dstHeight / upscaleBands + 1)
+                : c.kernels.rolling16->scratchBytes(c.upscale, c.dstHeight / upscaleBands + 1);
+        f.upscaleBandBytes = (f.upscaleBandBytes + 15) & ~std::size_t{15};
+        f.upscaleScratch = take(f.upscaleBandBytes * upscaleBands);
+    } else if (knownDepth && c.kernels.upscale8.scratchBytes != nullptr) {
         // The largest band's scratch, once per band.
         const uint32_t bands = std::min(c.threads, c.dstHeight);
         for (uint32_t i = 0; i < bands; ++i) {
@@ -125,6 +134,46 @@ bool PlanFrameMemory(ScaleContext& c) {
     return at <= UINT32_MAX;
 }
 
+// The rolling upscale kernels' plan and the column layout their level
+// prepares. False when that layout's memory cannot be had.
+bool PlanRollingUpscale(ScaleContext& c) {
+    if (c.kernels.rolling8 == nullptr && c.kernels.rolling16 == nullptr) {
+        return true;
+    }
+    UpscalePlan& u = c.upscale;
+    u.srcWidth = c.srcWidth;
+    u.srcHeight = c.srcHeight;
+    u.dstWidth = c.dstWidth;
+    u.dstHeight = c.dstHeight;
+    u.taps = (c.options & OPT_LANCZOS) != 0 ? 8 : 4;
+    const WeightLayout plain = u.taps == 8 ? WeightLayout::Lanczos : WeightLayout::Cubic;
+    c.plainColumnTables = AcquireAxisTables(c.srcWidth, c.dstWidth, plain, Axis::Columns);
+    c.plainRowTables = AcquireAxisTables(c.srcHeight, c.dstHeight, plain, Axis::Rows);
+    if (!c.plainColumnTables || !c.plainRowTables) {
+        return false;
+    }
+    u.columnInterval = c.plainColumnTables->interval;
+    u.rowInterval = c.plainRowTables->interval;
+    u.columnWeights = c.plainColumnTables->weights;
+    u.rowWeights = c.plainRowTables->weights;
+    const std::size_t bytes = c.kernels.rolling8 != nullptr ? c.kernels.rolling8->preparedBytes(u)
+                                                            : c.kernels.rolling16->preparedBytes(u);
+    if (bytes == 0) {
+        return true;
+    }
+    c.upscalePrepared = EngineAllocate(bytes);
+    if (c.upscalePrepared == nullptr) {
+        return false;
+    }
+    if (c.kernels.rolling8 != nullptr) {
+        c.kernels.rolling8->prepare(u, c.upscalePrepared);
+    } else {
+        c.kernels.rolling16->prepare(u, c.upscalePrepared);
+    }
+    u.prepared = c.upscalePrepared;
+    return true;
+}
+
 // Settles kernels and tables. False when a table cannot be had or a frame
 // could never get its memory.
 bool Construct(ScaleContext& c, uint32_t sharpness, uint32_t refineStrength,
@@ -149,6 +198,9 @@ bool Construct(ScaleContext& c, uint32_t sharpness, uint32_t refineStrength,
     c.rowIndex = c.rowTables->index;
     c.columnFrac = c.columnTables->fraction;
     c.rowFrac = c.rowTables->fraction;
+    if (!PlanRollingUpscale(c)) {
+        return false;
+    }
 
     if ((c.options & OPT_REFINE) != 0) {
         c.refineCurveTable = AcquireRefineCurve(c.refineShape);
@@ -173,6 +225,7 @@ bool Construct(ScaleContext& c, uint32_t sharpness, uint32_t refineStrength,
 }
 
 void ReleaseContext(ScaleContext* c) {
+    EngineRelease(c->upscalePrepared);
     c->~ScaleContext();
     EngineRelease(c);
 }

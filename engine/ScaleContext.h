@@ -50,6 +50,13 @@ struct ScaleContext : quillon::FramePlan {
     std::shared_ptr<const quillon::AxisTables> rowTables;
     std::shared_ptr<const int16_t> refineCurveTable;
     std::shared_ptr<const uint16_t> sharpenCurveTable;
+    // The rolling upscale kernels' plain weights (the tables above hold the
+    // replicated layouts when the whole-frame two-pass kernels read them),
+    // and the column layout the chosen level prepared (from the engine's
+    // hook; released with the context).
+    std::shared_ptr<const quillon::AxisTables> plainColumnTables;
+    std::shared_ptr<const quillon::AxisTables> plainRowTables;
+    void* upscalePrepared = nullptr;
 
     bool ownsWorkFrame() const { return outHeight > dstHeight || outWidth > dstWidth; }
     std::size_t bytesPerPixel() const { return depthMode == DEPTH_16 ? 8 : 4; }

@@ -12,6 +12,7 @@
 #include "core/EngineMemory.h"
 #include "core/MapTables.h"
 #include "core/PositionTables.h"
+#include "core/UpscalePlan.h"
 #include "core/WeightTables.h"
 
 namespace quillon {
@@ -143,7 +144,8 @@ std::shared_ptr<const AxisTables> BuildAxis(const AxisKey& key) {
                                  Rounded(m * taps * copies * sizeof(int16_t)),
                                  Rounded(m * sizeof(uint32_t)),
                                  Rounded(m * sizeof(uint16_t)),
-                                 Rounded(n * sizeof(double))};
+                                 Rounded(n * sizeof(double)),
+                                 Rounded(m * sizeof(uint32_t))};
     std::size_t total = 0;
     for (std::size_t s : sizes) {
         total += s;
@@ -167,9 +169,11 @@ std::shared_ptr<const AxisTables> BuildAxis(const AxisKey& key) {
     t->mapLattice = reinterpret_cast<uint32_t*>(take(sizes[5]));
     t->mapWeight = reinterpret_cast<uint16_t*>(take(sizes[6]));
     auto* positions = reinterpret_cast<double*>(take(sizes[7]));
+    t->interval = reinterpret_cast<uint32_t*>(take(sizes[8]));
 
     buildAxisSpans(key.n, key.m, positions, t->spanEnd);
     buildAxisIndex(key.n, positions, t->fraction, t->index);
+    BuildUpscaleIntervals(t->spanEnd, key.n, key.m, t->interval);
     if (Builder build = LayoutBuilder(key.layout)) {
         // The cubic parameter; the Lanczos builders ignore it.
         build(key.m, t->fraction, t->weights, -0.75f);

@@ -34,6 +34,7 @@ enum class Axis : uint8_t { Columns, Rows };
 // One axis of n source samples spread over m destination samples.
 struct AxisTables {
     uint16_t* spanEnd = nullptr;     // n - 1
+    uint32_t* interval = nullptr;    // m: the source interval each destination sample is in
     double* fraction = nullptr;      // m
     uint32_t* index = nullptr;       // m
     int16_t* weights = nullptr;      // m entries of the layout (null for None)

@@ -5,27 +5,15 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "core/FixedPoint.h"
 #include "core/FramePlan.h"
+#include "core/UpscalePlan.h"
 
 namespace quillon::upscale {
 
-// End of the destination span of source interval `interval` on one axis with
-// `intervalCount` intervals and `destCount` destination samples; the span
-// starts where the previous one ended (`begin`). The last interval always
-// ends at destCount: its stored 16-bit end wraps to 0 for a 65536-sample axis.
-// Ends are kept inside [begin, destCount], so the spans tile the axis without
-// gaps or overlaps even when a table entry is out of order.
-inline uint32_t SpanEnd(const uint16_t* spanEnd, uint32_t interval, uint32_t intervalCount,
-                        uint32_t destCount, uint32_t begin) {
-    uint32_t end = interval + 1 >= intervalCount ? destCount : spanEnd[interval];
-    if (end > destCount) {
-        end = destCount;
-    }
-    if (end < begin) {
-        end = begin;
-    }
-    return end;
-}
+using quillon::ClampToRange;
+using quillon::Q13Step;
+using quillon::SpanEnd;
 
 // Source index i clamped into 0..count-1: replicates the border sample.
 inline uint32_t ClampIndex(int64_t i, uint32_t count) {
@@ -36,25 +24,6 @@ inline uint32_t ClampIndex(int64_t i, uint32_t count) {
         return count - 1;
     }
     return static_cast<uint32_t>(i);
-}
-
-// One Q13 filter step: add 4096 to the 32-bit sum, shift right by 13 with
-// sign. The sum is formed wide and wrapped to 32 bits first, so the result is
-// the same as in 32-bit two's-complement arithmetic (and in vector lanes),
-// without undefined overflow for any table contents.
-inline int32_t Q13Step(int64_t sum) {
-    const auto wrapped = static_cast<int32_t>(static_cast<uint32_t>(sum + 4096));
-    return wrapped >> 13;
-}
-
-inline int32_t ClampToRange(int32_t v, int32_t maxValue) {
-    if (v > maxValue) {
-        v = maxValue;
-    }
-    if (v < 0) {
-        v = 0;
-    }
-    return v;
 }
 
 // A context the kernels can run on: frames and tables present, at least two

@@ -12,13 +12,19 @@
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <string>
 #include <vector>
 
+#include "core/CpuLevel.h"
 #include "engine/Engine.h"
 #include "engine/ScaleContext.h"
 #include "engine/TableCache.h"
 #include "kernels/Upscale16.h"
+#include "kernels/Upscale16Cell.h"
 #include "kernels/Upscale8.h"
+#include "kernels/Upscale8Cell.h"
+#include "kernels/Upscale8TwoPass.h"
+#include "tests/support/PlanHolder.h"
 
 #ifdef QUILLON_BENCH_WITH_OPENCV
 #include <opencv2/core.hpp>
@@ -222,6 +228,81 @@ BENCHMARK(CreateContext)
     ->ArgsProduct({{0, 1, 2}, {8, 16}, {0, 1}})
     ->Unit(benchmark::kMicrosecond);
 
+// The engine's own answer: levels above the machine's are skipped.
+bool MachineHas(quillon::CpuLevel level) {
+    return static_cast<int32_t>(level) <= GetMachineCpuLevel();
+}
+
+// One band kernel over the whole destination as a single band, its column
+// layout prepared and its scratch taken before timing.
+template <typename Sample>
+void Band(benchmark::State& state, const quillon::UpscaleKernels<Sample>* kernels,
+          quillon::CpuLevel level, uint32_t variant, uint32_t options) {
+    if (!MachineHas(level)) {
+        state.SkipWithError("the processor lacks this level");
+        return;
+    }
+    const auto srcWidth = static_cast<uint32_t>(state.range(0));
+    const auto srcHeight = static_cast<uint32_t>(state.range(1));
+    const bool wide = sizeof(Sample) == 2;
+    const ContextPtr context =
+        MakeContext(srcWidth, srcHeight, options, wide ? DEPTH_16 : DEPTH_8, variant);
+    if (!context) {
+        state.SkipWithError("context creation failed");
+        return;
+    }
+    quillon::support::PlanHolder holder(*context);
+    holder.Prepare(*kernels);
+    const auto src = TexturedFrame<Sample>(srcWidth, srcHeight, wide ? 32768 : 255);
+    std::vector<Sample> dst(static_cast<std::size_t>(kDstWidth) * kDstHeight * 4);
+    std::vector<unsigned char> scratch(kernels->scratchBytes(holder.plan(), kDstHeight));
+    for (auto _ : state) {
+        kernels->run(holder.plan(), src.data(), dst.data(), 0, kDstHeight, scratch.data(),
+                     wide ? 32768 : 255);
+        benchmark::DoNotOptimize(dst.data());
+        benchmark::ClobberMemory();
+    }
+    state.SetLabel(std::string(quillon::CpuLevelName(level)));
+    SetCounters(state);
+}
+
+#define QUILLON_BAND_LEVELS(Name, Kernels8Or16, Prefix, Variant, Options)                        \
+    BENCHMARK_CAPTURE(Kernels8Or16, Name##Scalar, &quillon::Prefix##Scalar,                      \
+                      quillon::CpuLevel::Scalar, Variant, Options)                               \
+        ->Apply(SourceSizes);                                                                    \
+    BENCHMARK_CAPTURE(Kernels8Or16, Name##Avx2, &quillon::Prefix##Avx2, quillon::CpuLevel::Avx2, \
+                      Variant, Options)                                                          \
+        ->Apply(SourceSizes);                                                                    \
+    BENCHMARK_CAPTURE(Kernels8Or16, Name##Avx512, &quillon::Prefix##Avx512,                      \
+                      quillon::CpuLevel::Avx512, Variant, Options)                               \
+        ->Apply(SourceSizes)
+
+#define QUILLON_BAND_SSE2(Name, Prefix, Variant, Options)                                          \
+    BENCHMARK_CAPTURE(Band8, Name##Sse2, &quillon::Prefix##Sse2, quillon::CpuLevel::Sse2, Variant, \
+                      Options)                                                                     \
+        ->Apply(SourceSizes)
+
+void Band8(benchmark::State& state, const quillon::Upscale8Kernels* kernels,
+           quillon::CpuLevel level, uint32_t variant, uint32_t options) {
+    Band<uint8_t>(state, kernels, level, variant, options);
+}
+
+void Band16(benchmark::State& state, const quillon::Upscale16Kernels* kernels,
+            quillon::CpuLevel level, uint32_t variant, uint32_t options) {
+    Band<uint16_t>(state, kernels, level, variant, options);
+}
+
+QUILLON_BAND_LEVELS(CubicTwoPass, Band8, kUpscale8TwoPass, KERNEL_TWO_PASS, 0);
+QUILLON_BAND_SSE2(CubicTwoPass, kUpscale8TwoPass, KERNEL_TWO_PASS, 0);
+QUILLON_BAND_LEVELS(LanczosTwoPass, Band8, kUpscale8TwoPass, KERNEL_TWO_PASS, OPT_LANCZOS);
+QUILLON_BAND_SSE2(LanczosTwoPass, kUpscale8TwoPass, KERNEL_TWO_PASS, OPT_LANCZOS);
+QUILLON_BAND_LEVELS(CubicCell, Band8, kUpscale8Cell, KERNEL_CELL, 0);
+QUILLON_BAND_SSE2(CubicCell, kUpscale8Cell, KERNEL_CELL, 0);
+QUILLON_BAND_LEVELS(LanczosCell, Band8, kUpscale8Cell, KERNEL_CELL, OPT_LANCZOS);
+QUILLON_BAND_SSE2(LanczosCell, kUpscale8Cell, KERNEL_CELL, OPT_LANCZOS);
+QUILLON_BAND_LEVELS(Cubic16, Band16, kUpscale16Cell, KERNEL_CELL, 0);
+QUILLON_BAND_LEVELS(Lanczos16, Band16, kUpscale16Cell, KERNEL_CELL, OPT_LANCZOS);
+
 #ifdef QUILLON_BENCH_WITH_OPENCV
 void OpenCvResize(benchmark::State& state, int interpolation) {
     cv::setNumThreads(1);
@@ -258,9 +339,11 @@ std::size_t PlaneStride(uint32_t width) {
     return (width + 63) / 64 * 64;
 }
 
-// One grey 8-bit plane per channel; the planes are split before timing and
-// the same graph runs once per plane.
-void ZimgResize(benchmark::State& state, zimg_resample_filter_e filter, double a, double b) {
+// One grey plane per channel (8 bits, or 16 with the host's range
+// 0..32768); the planes are split before timing and the same graph runs once
+// per plane.
+template <typename Sample>
+void ZimgResizeOf(benchmark::State& state, zimg_resample_filter_e filter, double a, double b) {
     const auto srcWidth = static_cast<uint32_t>(state.range(0));
     const auto srcHeight = static_cast<uint32_t>(state.range(1));
     zimg_image_format srcFormat;
@@ -269,7 +352,8 @@ void ZimgResize(benchmark::State& state, zimg_resample_filter_e filter, double a
     zimg_image_format_default(&dstFormat, ZIMG_API_VERSION);
     srcFormat.width = srcWidth;
     srcFormat.height = srcHeight;
-    srcFormat.pixel_type = ZIMG_PIXEL_BYTE;
+    srcFormat.pixel_type = sizeof(Sample) == 1 ? ZIMG_PIXEL_BYTE : ZIMG_PIXEL_WORD;
+    srcFormat.depth = sizeof(Sample) == 1 ? 8 : 16;
     srcFormat.color_family = ZIMG_COLOR_GREY;
     dstFormat = srcFormat;
     dstFormat.width = kDstWidth;
@@ -288,9 +372,10 @@ void ZimgResize(benchmark::State& state, zimg_resample_filter_e filter, double a
     zimg_filter_graph_get_tmp_size(graph, &tmpSize);
     const AlignedBlock tmp = AllocateAligned(tmpSize);
 
-    const auto pixels = TexturedFrame<uint8_t>(srcWidth, srcHeight, 255);
-    const std::size_t srcStride = PlaneStride(srcWidth);
-    const std::size_t dstStride = PlaneStride(kDstWidth);
+    const auto pixels =
+        TexturedFrame<Sample>(srcWidth, srcHeight, sizeof(Sample) == 1 ? 255 : 32768);
+    const std::size_t srcStride = PlaneStride(srcWidth * sizeof(Sample));
+    const std::size_t dstStride = PlaneStride(kDstWidth * sizeof(Sample));
     std::vector<AlignedBlock> srcPlanes;
     std::vector<AlignedBlock> dstPlanes;
     for (uint32_t ch = 0; ch < 4; ++ch) {
@@ -298,7 +383,7 @@ void ZimgResize(benchmark::State& state, zimg_resample_filter_e filter, double a
         dstPlanes.push_back(AllocateAligned(dstStride * kDstHeight));
         for (uint32_t y = 0; y < srcHeight; ++y) {
             for (uint32_t x = 0; x < srcWidth; ++x) {
-                srcPlanes[ch].get()[y * srcStride + x] =
+                reinterpret_cast<Sample*>(srcPlanes[ch].get() + y * srcStride)[x] =
                     pixels[(static_cast<std::size_t>(y) * srcWidth + x) * 4 + ch];
             }
         }
@@ -324,8 +409,18 @@ void ZimgResize(benchmark::State& state, zimg_resample_filter_e filter, double a
     SetCounters(state);
 }
 
+void ZimgResize(benchmark::State& state, zimg_resample_filter_e filter, double a, double b) {
+    ZimgResizeOf<uint8_t>(state, filter, a, b);
+}
+
+void ZimgResize16(benchmark::State& state, zimg_resample_filter_e filter, double a, double b) {
+    ZimgResizeOf<uint16_t>(state, filter, a, b);
+}
+
 BENCHMARK_CAPTURE(ZimgResize, BicubicB0C075, ZIMG_RESIZE_BICUBIC, 0.0, 0.75)->Apply(SourceSizes);
 BENCHMARK_CAPTURE(ZimgResize, Lanczos4, ZIMG_RESIZE_LANCZOS, 4.0, 0.0)->Apply(SourceSizes);
+BENCHMARK_CAPTURE(ZimgResize16, BicubicB0C075, ZIMG_RESIZE_BICUBIC, 0.0, 0.75)->Apply(SourceSizes);
+BENCHMARK_CAPTURE(ZimgResize16, Lanczos4, ZIMG_RESIZE_LANCZOS, 4.0, 0.0)->Apply(SourceSizes);
 #endif
 
 }  // namespace
