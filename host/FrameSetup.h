@@ -2,8 +2,8 @@
 #ifndef QUILLON_HOST_FRAMESETUP_H
 #define QUILLON_HOST_FRAMESETUP_H
 
+#include "effect/SizePresets.h"
 #include "host/Commands.h"
-#include "host/SizePresets.h"
 
 namespace quillon::host {
 

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "effect/EffectSettings.h"
 #include "host/Branding.h"
 #include "host/Commands.h"
 #include "host/HostApp.h"
@@ -155,13 +156,15 @@ PF_Err HandleParamsSetup(const CommandArgs& args) {
     if ((err = add()) != PF_Err_NONE) {
         return err;
     }
-    DefineSlider(def, PARAM_ID_CUSTOM_WIDTH, "Custom Width", 100, 8192,
-                 static_cast<int32_t>(outputItems.defaultWidth), PF_ParamFlag_SUPERVISE);
+    DefineSlider(def, PARAM_ID_CUSTOM_WIDTH, "Custom Width", kCustomSideRange.minimum,
+                 kCustomSideRange.maximum, static_cast<int32_t>(outputItems.defaultWidth),
+                 PF_ParamFlag_SUPERVISE);
     if ((err = add()) != PF_Err_NONE) {
         return err;
     }
-    DefineSlider(def, PARAM_ID_CUSTOM_HEIGHT, "Custom Height", 100, 8192,
-                 static_cast<int32_t>(outputItems.defaultHeight), PF_ParamFlag_SUPERVISE);
+    DefineSlider(def, PARAM_ID_CUSTOM_HEIGHT, "Custom Height", kCustomSideRange.minimum,
+                 kCustomSideRange.maximum, static_cast<int32_t>(outputItems.defaultHeight),
+                 PF_ParamFlag_SUPERVISE);
     if ((err = add()) != PF_Err_NONE) {
         return err;
     }
@@ -189,22 +192,25 @@ PF_Err HandleParamsSetup(const CommandArgs& args) {
     def.param_type = PF_Param_POPUP;
     def.uu.id = PARAM_ID_FILTER_TYPE;
     SetName(def, "Filter Type");
-    def.u.pd.num_choices = 4;
-    def.u.pd.dephault = 2;
-    def.u.pd.value = 2;
-    def.u.pd.u.namesptr = "Draft|Quick|Better|Best";
+    def.u.pd.num_choices = kFilterTypeCount;
+    def.u.pd.dephault = static_cast<int16_t>(kDefaultFilterType);
+    def.u.pd.value = static_cast<int32_t>(kDefaultFilterType);
+    def.u.pd.u.namesptr = kFilterTypeItems;
     if ((err = add()) != PF_Err_NONE) {
         return err;
     }
-    DefineSlider(def, PARAM_ID_SHARPNESS, "Sharpness", 0, 25, 2, 0);
+    DefineSlider(def, PARAM_ID_SHARPNESS, "Sharpness", kSharpnessRange.minimum,
+                 kSharpnessRange.maximum, kSharpnessRange.standard, 0);
     if ((err = add()) != PF_Err_NONE) {
         return err;
     }
-    DefineSlider(def, PARAM_ID_QUALITY, "Quality", 0, 25, 8, 0);
+    DefineSlider(def, PARAM_ID_QUALITY, "Quality", kQualityRange.minimum, kQualityRange.maximum,
+                 kQualityRange.standard, 0);
     if ((err = add()) != PF_Err_NONE) {
         return err;
     }
-    DefineSlider(def, PARAM_ID_ANTIALIAS, "Anti-aliasing", 0, 10, 6, 0);
+    DefineSlider(def, PARAM_ID_ANTIALIAS, "Anti-aliasing", kAntiAliasingRange.minimum,
+                 kAntiAliasingRange.maximum, kAntiAliasingRange.standard, 0);
     if ((err = add()) != PF_Err_NONE) {
         return err;
     }

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "host/SizePresets.h"
+#include "effect/SizePresets.h"
 
 namespace quillon::host {
 

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <limits>
 
+#include "effect/EffectSettings.h"
 #include "engine/Engine.h"
 #include "host/HostApp.h"
 #include "host/HostMemory.h"
@@ -13,8 +14,8 @@
 namespace quillon::host {
 namespace {
 
-constexpr uint32_t kWhite8 = 255;
-constexpr uint32_t kWhite16 = 32768;
+static_assert(kWhite8 == static_cast<uint32_t>(PF_MAX_CHAN8) &&
+              kWhite16 == static_cast<uint32_t>(PF_MAX_CHAN16));
 
 // A world the conversions can walk: pixels, and rows at least a pixel row
 // apart (in either direction), with room to double the stride for a field.
@@ -165,31 +166,6 @@ void WriteOutput(const void* frame, const PF_LayerDef& output, const RenderSizes
 
 }  // namespace
 
-uint32_t ComputeEngineOptions(int32_t filterType, int32_t sharpness, int32_t antiAliasing) {
-    uint32_t options = 0;
-    switch (filterType) {
-        case FILTER_DRAFT:
-            options = 0;
-            break;
-        case FILTER_QUICK:
-            options = OPT_LANCZOS;
-            break;
-        case FILTER_BETTER:
-            options = OPT_REFINE;
-            break;
-        default:
-            options = OPT_REFINE | OPT_LANCZOS;
-            break;
-    }
-    if (sharpness > 0) {
-        options |= OPT_SHARPEN;
-    }
-    if (antiAliasing > 0) {
-        options |= OPT_ANTIALIAS;
-    }
-    return options;
-}
-
 PF_Err HandleRender(const CommandArgs& args) {
     PF_InData* in_data = args.in_data;
     if (in_data == nullptr) {
@@ -229,9 +205,9 @@ PF_Err HandleRender(const CommandArgs& args) {
         const int32_t sharpness = args.params[PARAM_SHARPNESS]->u.sd.value;
         const int32_t quality = args.params[PARAM_QUALITY]->u.sd.value;
         const int32_t antiAliasing = args.params[PARAM_ANTIALIAS]->u.sd.value;
-        const uint32_t options = ComputeEngineOptions(args.params[PARAM_FILTER_TYPE]->u.pd.value,
-                                                      sharpness, antiAliasing);
-        const uint32_t kernel = deep ? uint32_t{KERNEL_CELL} : seq->kernelSelector;
+        const uint32_t options =
+            EngineOptionsFor(args.params[PARAM_FILTER_TYPE]->u.pd.value, sharpness, antiAliasing);
+        const uint32_t kernel = KernelVariantFor(deep, seq->kernelSelector);
 
         const HostMemoryScope scope(in_data);
         try {

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "effect/EffectSettings.h"
 #include "host/ae/PluginTypes.h"
 
 namespace quillon::host {
@@ -36,7 +37,7 @@ inline constexpr uint64_t kLegacySequenceDataSize = 540;
 
 inline constexpr uint32_t kSequenceCreated = 2;
 inline constexpr uint32_t kSequenceMigrated = 1;
-inline constexpr uint32_t kDefaultKernelSelector = 2;
+inline constexpr uint32_t kDefaultKernelSelector = kDefaultKernelVariant8;
 inline constexpr double kDefaultProportionRatio = 972.0 / 720.0;
 
 // Writes the creation values with the given reserved word.

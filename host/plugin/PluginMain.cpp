@@ -1,4 +1,5 @@
 // The plug-in library: its load-time settings and the exported entry point.
+#include "effect/EffectSettings.h"
 #include "engine/Engine.h"
 #include "host/EntryPoint.h"
 #include "host/HostMemory.h"
@@ -12,8 +13,8 @@ namespace {
 struct LibraryLoadSettings {
     LibraryLoadSettings() {
         SetEngineAllocator(quillon::host::AllocateHostBlock, quillon::host::FreeHostBlock);
-        SetMaxValue16(PF_MAX_CHAN16);
-        SetMaxValue8(PF_MAX_CHAN8);
+        SetMaxValue16(static_cast<int32_t>(quillon::kWhite16));
+        SetMaxValue8(static_cast<int32_t>(quillon::kWhite8));
     }
 };
 

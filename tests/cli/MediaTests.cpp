@@ -25,24 +25,26 @@ std::string FrameName(const TempDir& dir, const char* stem, int n) {
     return dir / (stem + std::string(".000") + std::to_string(n) + ".png");
 }
 
+// The output goes to a folder that does not exist yet: it is made, parents too.
 TEST(Sequence, FrameRangeEnlargesOnlyTheRangeAndKeepsNumbers) {
     TempDir dir;
     const Picture photo = ReadPicture(Asset("cups_320x180.png"));
     for (int n = 1; n <= 5; ++n) {
         WritePicture(FrameName(dir, "shot", n), Varied(photo, n), 3);
     }
-    const ToolResult r = RunQuillon({"upscale", dir / "shot.%04d.png", dir / "big.%04d.png",
-                                     "--frames", "2-4", "--size", "480x270", "--json", "-q"});
+    const ToolResult r =
+        RunQuillon({"upscale", dir / "shot.%04d.png", dir / "new/deep/big.%04d.png", "--frames",
+                    "2-4", "--size", "480x270", "--json", "-q"});
     ASSERT_EQ(r.exitCode, 0) << r.err;
     for (const char* field : {"\"frames\":3", "\"width\":480", "\"engine\":", "\"write\":",
                               "\"filter\":\"Quick\"", "\"engine_options\":11"}) {
         EXPECT_NE(r.outText().find(field), std::string::npos) << field << " in " << r.outText();
     }
-    EXPECT_FALSE(fs::exists(FrameName(dir, "big", 1)));
-    EXPECT_FALSE(fs::exists(FrameName(dir, "big", 5)));
+    EXPECT_FALSE(fs::exists(FrameName(dir, "new/deep/big", 1)));
+    EXPECT_FALSE(fs::exists(FrameName(dir, "new/deep/big", 5)));
     for (int n = 2; n <= 4; ++n) {
         const Picture expected = ReferenceUpscale(ReadPicture(FrameName(dir, "shot", n)), 480, 270);
-        EXPECT_LE(Difference(ReadPicture(FrameName(dir, "big", n)), expected), 0) << n;
+        EXPECT_LE(Difference(ReadPicture(FrameName(dir, "new/deep/big", n)), expected), 0) << n;
     }
 }
 

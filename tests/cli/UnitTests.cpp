@@ -33,22 +33,6 @@ ExitCode CodeOf(const std::function<void()>& f) {
     return ExitCode::Ok;
 }
 
-TEST(EffectControls, OptionsFollowTheRenderHandlersTable) {
-    // {filter, sharpness, anti-aliasing, options}
-    const int cases[][4] = {{1, 0, 0, 0}, {1, 2, 0, 2}, {2, 2, 6, 11}, {3, 0, 6, 12}, {4, 0, 0, 5}};
-    for (const auto& c : cases) {
-        EffectControls controls;
-        controls.filter = static_cast<FilterType>(c[0]);
-        controls.sharpness = c[1];
-        controls.antiAliasing = c[2];
-        EXPECT_EQ(EngineOptionsFor(controls), static_cast<uint32_t>(c[3])) << c[0];
-    }
-    EXPECT_EQ(EngineOptionsFor(EffectControls{}), 11u);
-    EXPECT_EQ(ParseFilterType("BEST"), FilterType::Best);
-    EXPECT_EQ(ParseFilterType("3"), FilterType::Better);
-    EXPECT_FALSE(ParseFilterType("5").has_value());
-}
-
 // Every value against the mappings written out in the reference; host values
 // survive host -> file -> host exactly, values above white are white.
 TEST(FrameConversion, SixteenBitMappingRoundsToNearestAndHostValuesSurvive) {
@@ -197,7 +181,7 @@ TEST(Progress, BarAndJsonSummary) {
 TEST(Options, BitratesKernelsAndCompareCrop) {
     EXPECT_EQ(ParseBitrate("40M"), 40000000);
     EXPECT_FALSE(ParseBitrate("-5").has_value());
-    EXPECT_EQ(ParseKernelChoice("two-pass"), KernelChoice::TwoPass);
+    EXPECT_EQ(ParseEightBitKernel("two-pass"), EightBitKernel::TwoPass);
     EXPECT_EQ(NearestSource(639, 320, 640), 319u);
     EXPECT_EQ(ChooseCrop(3840, 2160, 0, 0, std::nullopt, std::nullopt).x, 1440u);
     EXPECT_EQ(ChooseCrop(640, 360, 960, 540, 5u, 5u).x, 0u) << "clamped to fit";

@@ -1,4 +1,4 @@
-// Pixel conversion geometry and channel mapping, the render options, and the
+// Pixel conversion geometry and channel mapping, and the
 // host-handle allocator, called directly with the simulator's callbacks.
 #include <gtest/gtest.h>
 
@@ -10,7 +10,6 @@
 #include "engine/Engine.h"
 #include "host/HostMemory.h"
 #include "host/PixelConversion.h"
-#include "host/Render.h"
 #include "tools/hostsim/HostSimulator.h"
 
 namespace quillon::test {
@@ -19,18 +18,6 @@ namespace {
 using namespace quillon::host;
 using hostsim::Callback;
 using hostsim::HostSimulator;
-
-TEST(RenderOptions, FollowFilterTypeSharpnessAndAntiAliasing) {
-    // {filter type, sharpness, anti-aliasing, options}; out-of-range popup
-    // values count as "Best", negative sliders add nothing.
-    const int32_t cases[][4] = {{FILTER_BETTER, 0, 6, 12},
-                                {FILTER_DRAFT, 2, 0, 2},
-                                {FILTER_BEST, 25, 10, 15},
-                                {9, -1, -3, 5}};
-    for (const auto& c : cases) {
-        EXPECT_EQ(ComputeEngineOptions(c[0], c[1], c[2]), static_cast<uint32_t>(c[3])) << c[0];
-    }
-}
 
 // ------------------------------------------------------------ conversion
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "effect/EffectSettings.h"
 #include "engine/Engine.h"
 #include "engine/ScaleEngine.hpp"
 #include "tests/host/PluginTestSupport.h"
@@ -58,7 +59,6 @@ std::vector<Sample> WorldSamples(const PF_LayerDef& world, int32_t firstRow = 0,
     return samples;
 }
 
-constexpr uint32_t kWhite16 = 32768;
 // Sequence-data offsets: output size and kernel choice.
 constexpr std::size_t kOutputWidthAt = 12, kOutputHeightAt = 16, kKernelAt = 20;
 constexpr auto kAE = HostIdentity::AfterEffects;

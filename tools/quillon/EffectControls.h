@@ -1,41 +1,26 @@
-// The effect's own controls as the tool exposes them: Filter Type, Sharpness,
-// Quality and Anti-aliasing, with the effect's defaults and ranges, and the
-// mapping from them to the engine's option bits.
+// The effect's controls as the tool takes them from the command line: Filter
+// Type, Sharpness, Quality and Anti-aliasing. Ranges, defaults and the
+// options rule are the effect's own (effect/EffectSettings.h).
 #ifndef QUILLON_TOOLS_QUILLON_EFFECTCONTROLS_H
 #define QUILLON_TOOLS_QUILLON_EFFECTCONTROLS_H
 
 #include <cstdint>
-#include <optional>
-#include <string>
-#include <string_view>
+
+#include "effect/EffectSettings.h"
 
 namespace quillon {
 
-// Popup values of "Filter Type" (1-based, as the host stores them).
-enum class FilterType : int { Draft = 1, Quick = 2, Better = 3, Best = 4 };
-
 struct EffectControls {
-    FilterType filter = FilterType::Quick;
-    int sharpness = 2;     // 0..25
-    int quality = 8;       // 0..25
-    int antiAliasing = 6;  // 0..10
+    FilterType filter = kDefaultFilterType;
+    int sharpness = kSharpnessRange.standard;
+    int quality = kQualityRange.standard;
+    int antiAliasing = kAntiAliasingRange.standard;
 };
 
-inline constexpr int kSharpnessMax = 25;
-inline constexpr int kQualityMax = 25;
-inline constexpr int kAntiAliasingMax = 10;
-
-// "draft", "quick", "better", "best" in any letter case, or the popup
-// position 1..4.
-std::optional<FilterType> ParseFilterType(std::string_view text);
-
-// The item text shown by the effect: "Draft", "Quick", "Better", "Best".
-const char* FilterTypeName(FilterType filter);
-
-// EngineOptions exactly as the effect's render handler builds them: the
-// filter's base value, plus OPT_SHARPEN when Sharpness > 0 and OPT_ANTIALIAS
-// when Anti-aliasing > 0.
-uint32_t EngineOptionsFor(const EffectControls& controls);
+// The engine options the effect's render handler builds for these controls.
+inline uint32_t EngineOptionsFor(const EffectControls& c) {
+    return EngineOptionsFor(static_cast<int32_t>(c.filter), c.sharpness, c.antiAliasing);
+}
 
 }  // namespace quillon
 

@@ -18,7 +18,7 @@ inline void StoreLe16(uint8_t* p, uint16_t v) {
 }
 
 inline uint16_t HostAlphaFromTransparency(uint16_t t) {
-    return static_cast<uint16_t>(t >= kHostMax16 ? 0 : kHostMax16 - t);
+    return static_cast<uint16_t>(t >= kWhite16 ? 0 : kWhite16 - t);
 }
 
 // RGBA <-> BGR + transparency at 8 bits: the swap and the inversion are
@@ -78,7 +78,7 @@ void ToWorkingFrame(const RgbaImage& image, WorkingFrame& frame) {
     SwapRedBlue16(
         image.pixels16.data(), reinterpret_cast<uint16_t*>(frame.bytes.data()), n,
         [](uint16_t v) { return FileToHost16(v); },
-        [](uint16_t a) { return static_cast<uint16_t>(kHostMax16 - FileToHost16(a)); });
+        [](uint16_t a) { return static_cast<uint16_t>(kWhite16 - FileToHost16(a)); });
 }
 
 void FromWorkingFrame(const WorkingFrame& frame, RgbaImage& image) {
@@ -113,7 +113,7 @@ void Rgba64leToWorking(const uint8_t* rgba64le, size_t pixelCount, uint16_t* wor
         working[0] = FileToHost16(LoadLe16(rgba64le + 4));
         working[1] = FileToHost16(LoadLe16(rgba64le + 2));
         working[2] = FileToHost16(LoadLe16(rgba64le + 0));
-        working[3] = static_cast<uint16_t>(kHostMax16 - FileToHost16(LoadLe16(rgba64le + 6)));
+        working[3] = static_cast<uint16_t>(kWhite16 - FileToHost16(LoadLe16(rgba64le + 6)));
     }
 }
 

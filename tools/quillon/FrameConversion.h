@@ -10,10 +10,9 @@
 #include <cstdint>
 #include <vector>
 
-namespace quillon {
+#include "effect/EffectSettings.h"
 
-// The host's 16-bit white.
-inline constexpr uint32_t kHostMax16 = 32768;
+namespace quillon {
 
 // Full-range 16-bit (0..65535) to the host range (0..32768): round to nearest.
 // No value falls exactly half-way, so the result is unambiguous.
@@ -25,7 +24,7 @@ inline uint16_t FileToHost16(uint16_t v) {
 // rounding up. Values above 32768 are treated as 32768. Host -> file -> host
 // is exact for every host value.
 inline uint16_t HostToFile16(uint16_t h) {
-    const uint32_t clamped = h > kHostMax16 ? kHostMax16 : h;
+    const uint32_t clamped = h > kWhite16 ? kWhite16 : h;
     return static_cast<uint16_t>((clamped * 65535u + 16384u) / 32768u);
 }
 

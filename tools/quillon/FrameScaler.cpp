@@ -12,7 +12,8 @@
 namespace quillon {
 
 ScaleSettings PlanScale(const SizeRequest& size, uint32_t srcWidth, uint32_t srcHeight, int bits,
-                        KernelChoice kernel, const EffectControls& controls, ResolvedSize& target) {
+                        EightBitKernel kernel, const EffectControls& controls,
+                        ResolvedSize& target) {
     target = ResolveTargetSize(size, srcWidth, srcHeight);
     CheckScaleSizes(srcWidth, srcHeight, target.width, target.height, bits);
     ScaleSettings s;
@@ -33,7 +34,8 @@ void InitialiseEngine() {
     }
     // The engine's own aligned allocator serves the tool: the engine checks
     // every allocation and reports a failure as a refused request or frame.
-    if (SetMaxValue16(static_cast<int32_t>(kHostMax16)) != 0 || SetMaxValue8(255) != 0) {
+    if (SetMaxValue16(static_cast<int32_t>(kWhite16)) != 0 ||
+        SetMaxValue8(static_cast<int32_t>(kWhite8)) != 0) {
         throw QuillonError(ExitCode::EngineFailed, "the engine refused its process settings");
     }
     done = true;
@@ -50,7 +52,7 @@ FrameScaler::FrameScaler(const ScaleSettings& settings) : settings_(settings) {
     request.options = options_;
     request.depthMode = settings.bits == 16 ? DEPTH_16 : DEPTH_8;
     request.kernelVariant =
-        settings.bits == 16 ? uint32_t{KERNEL_CELL} : static_cast<uint32_t>(settings.kernel);
+        KernelVariantFor(settings.bits == 16, static_cast<uint32_t>(settings.kernel));
     request.sharpness = static_cast<uint32_t>(settings.controls.sharpness);
     request.refineStrength = static_cast<uint32_t>(settings.controls.quality);
     request.antiAliasAmount = static_cast<uint32_t>(settings.controls.antiAliasing);
@@ -78,7 +80,7 @@ void FrameScaler::Process(const WorkingFrame& source, WorkingFrame& output) {
 }
 
 void FrameScaler::Process(const void* source, void* output) {
-    if (settings_.kernel == KernelChoice::None && settings_.bits == 8) {
+    if (settings_.kernel == EightBitKernel::None && settings_.bits == 8) {
         // This variant leaves the output as it was; start every frame from
         // black so the result does not depend on the previous frame.
         std::memset(output, 0, size_t{settings_.dstWidth} * settings_.dstHeight * 4);

@@ -1,8 +1,7 @@
 // One engine context for a fixed source size, target size and set of
 // controls, used for every frame of a run. It sets the engine up the way the
-// effect does when its library loads (16-bit maximum 32768, 8-bit maximum
-// 255) and creates the context with the same arguments as the effect's render
-// handler.
+// effect does when its library loads (the host's channel whites) and creates
+// the context with the same arguments as the effect's render handler.
 #ifndef QUILLON_TOOLS_QUILLON_FRAMESCALER_H
 #define QUILLON_TOOLS_QUILLON_FRAMESCALER_H
 
@@ -13,13 +12,18 @@
 #include "EffectControls.h"
 #include "FrameConversion.h"
 #include "TargetSize.h"
+#include "engine/Engine.h"
 #include "engine/ScaleEngine.hpp"
 
 namespace quillon {
 
-// The 8-bit upscale kernel variant. The effect uses two-pass unless an
-// instance says otherwise, and always the cell kernel at 16 bits.
-enum class KernelChoice : uint32_t { Cell = 0, None = 1, TwoPass = 2 };
+// The engine's 8-bit upscale variants by name (the engine's KERNEL_*
+// values). Which one a run uses is the effect's rule (KernelVariantFor).
+enum class EightBitKernel : uint32_t {
+    Cell = KERNEL_CELL,
+    None = KERNEL_NONE,
+    TwoPass = KERNEL_TWO_PASS,
+};
 
 struct ScaleSettings {
     uint32_t srcWidth = 0;
@@ -27,14 +31,15 @@ struct ScaleSettings {
     uint32_t dstWidth = 0;
     uint32_t dstHeight = 0;
     int bits = 8;
-    KernelChoice kernel = KernelChoice::TwoPass;
+    EightBitKernel kernel = EightBitKernel::TwoPass;
     EffectControls controls;
 };
 
 // Resolves the target size for a source, checks both sizes against the
 // engine's limits (throws QuillonError) and gives the settings of the run.
 ScaleSettings PlanScale(const SizeRequest& size, uint32_t srcWidth, uint32_t srcHeight, int bits,
-                        KernelChoice kernel, const EffectControls& controls, ResolvedSize& target);
+                        EightBitKernel kernel, const EffectControls& controls,
+                        ResolvedSize& target);
 
 // Sets the process-wide engine state once: allocation hooks that end the
 // process cleanly (exit code OutOfMemory, temporaries removed) instead of

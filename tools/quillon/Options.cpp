@@ -38,13 +38,13 @@ void AddCommon(CLI::App* app, CommonOptions& o, RawCommon& raw) {
     app->add_option("--filter", raw.filter, "Filter Type: draft, quick, better or best")
         ->capture_default_str();
     app->add_option("--sharpness", o.controls.sharpness, "Sharpness 0..25")
-        ->check(CLI::Range(0, kSharpnessMax))
+        ->check(CLI::Range(kSharpnessRange.minimum, kSharpnessRange.maximum))
         ->capture_default_str();
     app->add_option("--quality", o.controls.quality, "Quality 0..25")
-        ->check(CLI::Range(0, kQualityMax))
+        ->check(CLI::Range(kQualityRange.minimum, kQualityRange.maximum))
         ->capture_default_str();
     app->add_option("--anti-aliasing", o.controls.antiAliasing, "Anti-aliasing 0..10")
-        ->check(CLI::Range(0, kAntiAliasingMax))
+        ->check(CLI::Range(kAntiAliasingRange.minimum, kAntiAliasingRange.maximum))
         ->capture_default_str();
     app->add_flag("-q,--quiet", o.quiet, "No progress bar and no result line");
     app->add_flag("--json", o.json, "Print a JSON summary of the run");
@@ -97,26 +97,26 @@ std::optional<uint32_t> ParseCoordinate(const std::string& text) {
 
 }  // namespace
 
-std::optional<KernelChoice> ParseKernelChoice(const std::string& text) {
+std::optional<EightBitKernel> ParseEightBitKernel(const std::string& text) {
     if (text == "cell") {
-        return KernelChoice::Cell;
+        return EightBitKernel::Cell;
     }
     if (text == "two-pass") {
-        return KernelChoice::TwoPass;
+        return EightBitKernel::TwoPass;
     }
     if (text == "none") {
-        return KernelChoice::None;
+        return EightBitKernel::None;
     }
     return std::nullopt;
 }
 
-const char* KernelChoiceName(KernelChoice kernel) {
+const char* EightBitKernelName(EightBitKernel kernel) {
     switch (kernel) {
-        case KernelChoice::Cell:
+        case EightBitKernel::Cell:
             return "cell";
-        case KernelChoice::None:
+        case EightBitKernel::None:
             return "none";
-        case KernelChoice::TwoPass:
+        case EightBitKernel::TwoPass:
             return "two-pass";
     }
     return "two-pass";
@@ -256,7 +256,7 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, ParsedCom
             }
             pipe.inWidth = *size->width;
             pipe.inHeight = *size->height;
-            pipe.kernel = *ParseKernelChoice(kernel);
+            pipe.kernel = *ParseEightBitKernel(kernel);
         } else if (presets->parsed()) {
             parsed.command = Command::Presets;
         } else if (info->parsed()) {

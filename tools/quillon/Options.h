@@ -43,7 +43,7 @@ struct PipeOptions : CommonOptions {
     uint32_t inWidth = 0;
     uint32_t inHeight = 0;
     int depth = 8;
-    KernelChoice kernel = KernelChoice::TwoPass;
+    EightBitKernel kernel = EightBitKernel::TwoPass;
 };
 
 enum class Command { None, Upscale, Pipe, Presets, Info };
@@ -69,8 +69,8 @@ struct ParsedCommandLine {
 std::optional<int> ParseCommandLine(int argc, const char* const* argv, ParsedCommandLine& parsed);
 
 // "cell", "two-pass", "none".
-std::optional<KernelChoice> ParseKernelChoice(const std::string& text);
-const char* KernelChoiceName(KernelChoice kernel);
+std::optional<EightBitKernel> ParseEightBitKernel(const std::string& text);
+const char* EightBitKernelName(EightBitKernel kernel);
 
 // "8000000", "8000k", "8M".
 std::optional<int64_t> ParseBitrate(const std::string& text);

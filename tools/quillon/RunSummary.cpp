@@ -36,7 +36,8 @@ void DescribeScale(RunSummary& summary, const FrameScaler& scaler, const std::st
     summary.quality = s.controls.quality;
     summary.antiAliasing = s.controls.antiAliasing;
     summary.engineOptions = scaler.engineOptions();
-    summary.kernel = s.bits == 16 ? "cell" : KernelChoiceName(s.kernel);
+    summary.kernel = EightBitKernelName(static_cast<EightBitKernel>(
+        KernelVariantFor(s.bits == 16, static_cast<uint32_t>(s.kernel))));
 }
 
 namespace {

@@ -55,8 +55,13 @@ SafeOutput::SafeOutput(fs::path destination) : destination_(std::move(destinatio
     }
     std::error_code ec;
     if (!fs::is_directory(folder, ec)) {
-        throw QuillonError(ExitCode::OutputFailed,
-                           "output folder '" + folder.string() + "' does not exist");
+        // A missing folder is made, with its parents.
+        fs::create_directories(folder, ec);
+        if (ec || !fs::is_directory(folder, ec)) {
+            throw QuillonError(ExitCode::OutputFailed,
+                               "cannot create the output folder '" + folder.string() +
+                                   "': " + (ec ? ec.message() : "not a folder"));
+        }
     }
     const std::string name = "." + destination_.stem().string() + ".quillon-" +
                              std::to_string(::getpid()) + "-" + std::to_string(serial++) +

@@ -16,7 +16,8 @@ void CheckDestination(const std::filesystem::path& input, const std::filesystem:
 class SafeOutput {
 public:
     // Picks a temporary name in the destination's folder that keeps the
-    // destination's extension (writers choose their format by it).
+    // destination's extension (writers choose their format by it). A missing
+    // folder is created with its parents; throws OutputFailed when it cannot be.
     explicit SafeOutput(std::filesystem::path destination);
     ~SafeOutput();  // removes the temporary file unless committed
     SafeOutput(const SafeOutput&) = delete;

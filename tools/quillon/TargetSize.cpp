@@ -7,7 +7,8 @@
 #include <cstdio>
 
 #include "Errors.h"
-#include "host/SizePresets.h"
+#include "effect/EffectSettings.h"
+#include "effect/SizePresets.h"
 
 namespace quillon {
 
@@ -59,11 +60,13 @@ std::string PresetLabel(int position, const char* text) {
 
 uint32_t ClampCustom(double value) {
     const uint32_t v = TruncateToUnsigned(value);
-    return std::clamp(v, kCustomSizeMin, kCustomSizeMax);
+    return std::clamp(v, static_cast<uint32_t>(kCustomSideRange.minimum),
+                      static_cast<uint32_t>(kCustomSideRange.maximum));
 }
 
 void CheckCustomSide(uint32_t value, const char* side) {
-    if (value < kCustomSizeMin || value > kCustomSizeMax) {
+    if (value < static_cast<uint32_t>(kCustomSideRange.minimum) ||
+        value > static_cast<uint32_t>(kCustomSideRange.maximum)) {
         throw QuillonError(ExitCode::SizeOutOfRange,
                            std::string("--size ") + side + " " + std::to_string(value) +
                                " is outside the custom size range 100..8192");

@@ -34,9 +34,6 @@ struct SizeRequest {
 // The composition that "Fit To Comp" fits when --comp is not given.
 inline constexpr uint32_t kDefaultCompWidth = 3840;
 inline constexpr uint32_t kDefaultCompHeight = 2160;
-// The effect's custom-size slider range.
-inline constexpr uint32_t kCustomSizeMin = 100;
-inline constexpr uint32_t kCustomSizeMax = 8192;
 // Largest side the engine's tables hold.
 inline constexpr uint32_t kEngineSideMax = 65535;
 inline constexpr uint32_t kSourceSideMin = 4;

@@ -50,7 +50,7 @@ void EnlargeImage(FrameScaler& scaler, const RgbaImage& source, RgbaImage& resul
 
 ScaleSettings SettingsFor(const UpscaleOptions& o, uint32_t sw, uint32_t sh, int bits,
                           ResolvedSize& target) {
-    return PlanScale(o.size, sw, sh, bits, KernelChoice::TwoPass, o.controls, target);
+    return PlanScale(o.size, sw, sh, bits, EightBitKernel::TwoPass, o.controls, target);
 }
 
 void FillSummary(RunSummary& summary, const UpscaleOptions& o, const FrameScaler& scaler,

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <string>
 
-#include "host/SizePresets.h"
+#include "effect/SizePresets.h"
 
 namespace quillon {
 namespace {

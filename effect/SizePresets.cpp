@@ -1,4 +1,4 @@
-#include "host/SizePresets.h"
+#include "effect/SizePresets.h"
 
 #include <cmath>
 

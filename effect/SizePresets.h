@@ -1,8 +1,8 @@
 // Output size presets and the rule that turns a preset into a target size.
 // Free of host records so that command-line tools can share the tables and
 // the size computation.
-#ifndef QUILLON_HOST_SIZEPRESETS_H
-#define QUILLON_HOST_SIZEPRESETS_H
+#ifndef QUILLON_EFFECT_SIZEPRESETS_H
+#define QUILLON_EFFECT_SIZEPRESETS_H
 
 #include <cstdint>
 
@@ -67,4 +67,4 @@ uint32_t TruncateToUnsigned(double value);
 
 }  // namespace quillon
 
-#endif  // QUILLON_HOST_SIZEPRESETS_H
+#endif  // QUILLON_EFFECT_SIZEPRESETS_H
