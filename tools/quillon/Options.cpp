@@ -162,6 +162,7 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, ParsedCom
     std::string compareCrop;
     std::string compareAt;
     std::optional<int> crf;
+    std::string compression = CompressionName(Compression::Fast);
     CLI::App* upscale =
         app.add_subcommand("upscale", "Enlarge a still, an image sequence or a video file");
     upscale
@@ -181,6 +182,12 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, ParsedCom
     upscale->add_option("--codec-opt", up.video.codecOptions,
                         "Private encoder option KEY=VALUE (repeatable)");
     upscale->add_flag("--verbose", up.video.verbose, "Let FFmpeg log to standard error");
+    upscale
+        ->add_option("--compression", compression,
+                     "Still writers (PNG, TIFF, OpenEXR), all lossless: fast, balanced, small "
+                     "or none")
+        ->check(CLI::IsMember({"fast", "balanced", "small", "none"}))
+        ->capture_default_str();
     upscale->add_option(
         "--compare", up.compare,
         "Also write a side-by-side crop (nearest neighbour | quillon) as PNG (stills)");
@@ -217,6 +224,7 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, ParsedCom
                 up.frames = frames;
             }
             up.video.crf = crf;
+            up.compression = *ParseCompression(compression);
             if (!bitrate.empty()) {
                 up.video.bitrate = ParseBitrate(bitrate);
                 if (!up.video.bitrate) {

@@ -10,6 +10,7 @@
 
 #include "EffectControls.h"
 #include "FrameScaler.h"
+#include "StillIO.h"
 #include "TargetSize.h"
 #include "VideoIO.h"
 
@@ -33,7 +34,8 @@ struct UpscaleOptions : CommonOptions {
     std::optional<std::string> frames;  // FIRST-LAST for sequences
     bool force = false;
     VideoEncodeOptions video;
-    std::string compare;  // side-by-side crop PNG
+    Compression compression = Compression::Fast;  // still writers
+    std::string compare;                          // side-by-side crop PNG
     std::optional<SizeSpec> compareCrop;
     std::optional<uint32_t> compareX;
     std::optional<uint32_t> compareY;

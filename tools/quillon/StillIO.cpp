@@ -107,7 +107,56 @@ private:
     int saved_ = -1;
 };
 
+// libpng's row filter flags, as OpenImageIO's "png:filter" takes them.
+constexpr int kPngFilterNone = 0x08;
+constexpr int kPngFilterUp = 0x20;
+constexpr int kPngFilterAll = 0xF8;
+
+void SetCompression(OIIO::ImageSpec& spec, const std::string& ext, Compression compression) {
+    if (ext == ".png") {
+        static constexpr int kLevel[] = {1, 6, 9, 0};
+        static constexpr int kFilter[] = {kPngFilterUp, kPngFilterAll, kPngFilterAll,
+                                          kPngFilterNone};
+        const auto i = static_cast<size_t>(compression);
+        spec.attribute("png:compressionLevel", kLevel[i]);
+        spec.attribute("png:filter", kFilter[i]);
+    } else if (ext == ".tif" || ext == ".tiff") {
+        static constexpr const char* kTiff[] = {"lzw", "zip:6", "zip:9", "none"};
+        spec.attribute("compression", kTiff[static_cast<size_t>(compression)]);
+        if (compression != Compression::None) {
+            spec.attribute("tiff:Predictor", 2);  // horizontal differencing
+        }
+    } else if (ext == ".exr") {
+        static constexpr const char* kExr[] = {"zip", "piz", "zip:9", "none"};
+        spec.attribute("compression", kExr[static_cast<size_t>(compression)]);
+    }
+}
+
 }  // namespace
+
+std::optional<Compression> ParseCompression(std::string_view text) {
+    for (const Compression c :
+         {Compression::Fast, Compression::Balanced, Compression::Small, Compression::None}) {
+        if (text == CompressionName(c)) {
+            return c;
+        }
+    }
+    return std::nullopt;
+}
+
+const char* CompressionName(Compression compression) {
+    switch (compression) {
+        case Compression::Fast:
+            return "fast";
+        case Compression::Balanced:
+            return "balanced";
+        case Compression::Small:
+            return "small";
+        case Compression::None:
+            return "none";
+    }
+    return "fast";
+}
 
 std::string LowerExtension(const fs::path& path) {
     std::string ext = path.extension().string();
@@ -193,7 +242,7 @@ bool CanWriteStill(const fs::path& path) {
 }
 
 void WriteStill(const fs::path& path, const RgbaImage& image, bool keepAlpha,
-                const fs::path& formatHint) {
+                const fs::path& formatHint, Compression compression) {
     const fs::path& named = formatHint.empty() ? path : formatHint;
     auto output = OIIO::ImageOutput::create(named.string());
     if (!output) {
@@ -215,6 +264,7 @@ void WriteStill(const fs::path& path, const RgbaImage& image, bool keepAlpha,
         spec.alpha_channel = 3;
         spec.attribute("oiio:UnassociatedAlpha", 1);
     }
+    SetCompression(spec, ext, compression);
     SilencedStderr quiet;
     if (!output->open(path.string(), spec)) {
         throw QuillonError(ExitCode::OutputFailed,

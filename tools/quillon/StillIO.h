@@ -4,7 +4,9 @@
 #define QUILLON_TOOLS_QUILLON_STILLIO_H
 
 #include <filesystem>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "FrameConversion.h"
 
@@ -25,13 +27,30 @@ struct StillImage {
 // SizeOutOfRange (a side below 4 or above 65535 pixels).
 StillImage ReadStill(const std::filesystem::path& path);
 
+// How hard still writers compress. Every setting is lossless.
+//   fast     (default) PNG deflate level 1 with the Up filter, TIFF LZW with
+//            the horizontal predictor, OpenEXR ZIP (16 rows) compressed on
+//            the library's threads;
+//   balanced PNG level 6 with adaptive filters, TIFF deflate level 6 with
+//            the predictor, OpenEXR PIZ;
+//   small    PNG level 9 with adaptive filters, TIFF deflate level 9, OpenEXR
+//            ZIP at level 9;
+//   none     stored without compression.
+// Other formats keep their writer's own setting.
+enum class Compression { Fast, Balanced, Small, None };
+
+// "fast", "balanced", "small", "none".
+std::optional<Compression> ParseCompression(std::string_view text);
+const char* CompressionName(Compression compression);
+
 // Writes image to path in the format its extension names. The channel type
 // follows the image (8 or 16 bits) except where the format decides: JPEG is
 // always 8 bits, OpenEXR is written as half floats. Alpha is written when
 // keepAlpha is set and the format can hold it. Throws Unsupported (no writer
 // for the extension) or OutputFailed.
 void WriteStill(const std::filesystem::path& path, const RgbaImage& image, bool keepAlpha,
-                const std::filesystem::path& formatHint = {});
+                const std::filesystem::path& formatHint = {},
+                Compression compression = Compression::Fast);
 
 // True when OpenImageIO has a writer for the extension of path.
 bool CanWriteStill(const std::filesystem::path& path);

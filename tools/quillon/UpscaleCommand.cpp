@@ -82,7 +82,7 @@ void WriteComparison(const UpscaleOptions& o, const RgbaImage& source, const Rgb
     const RgbaImage comparison = BuildComparison(source, result, rect);
     CheckDestination(o.input, o.compare, o.force);
     SafeOutput out(o.compare);
-    WriteStill(out.temporary(), comparison, false, o.compare);
+    WriteStill(out.temporary(), comparison, false, o.compare, o.compression);
     out.Commit();
 }
 
@@ -113,7 +113,7 @@ void RunStill(const UpscaleOptions& o) {
 
     t0 = Clock::now();
     SafeOutput output(o.output);
-    WriteStill(output.temporary(), result, still.hasAlpha, o.output);
+    WriteStill(output.temporary(), result, still.hasAlpha, o.output, o.compression);
     output.Commit();
     times.write += SecondsSince(t0);
     progress.Update(1);
@@ -196,7 +196,7 @@ void RunSequence(const UpscaleOptions& o) {
         EnlargeImage(*scaler, still.image, result, in, out, times);
         t0 = Clock::now();
         SafeOutput output(outPattern->Format(f));
-        WriteStill(output.temporary(), result, still.hasAlpha, output.destination());
+        WriteStill(output.temporary(), result, still.hasAlpha, output.destination(), o.compression);
         output.Commit();
         times.write += SecondsSince(t0);
         progress.Update(++done);
