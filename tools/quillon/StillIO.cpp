@@ -127,8 +127,8 @@ void SetCompression(OIIO::ImageSpec& spec, const std::string& ext, Compression c
             spec.attribute("tiff:Predictor", 2);  // horizontal differencing
         }
     } else if (ext == ".exr") {
-        static constexpr const char* kExr[] = {"zip", "piz", "zip:9", "none"};
-        spec.attribute("compression", kExr[static_cast<size_t>(compression)]);
+        // PIZ is both smaller and faster than ZIP on photographic half floats.
+        spec.attribute("compression", compression == Compression::None ? "none" : "piz");
     }
 }
 

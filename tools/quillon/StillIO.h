@@ -29,14 +29,14 @@ StillImage ReadStill(const std::filesystem::path& path);
 
 // How hard still writers compress. Every setting is lossless.
 //   fast     (default) PNG deflate level 1 with the Up filter, TIFF LZW with
-//            the horizontal predictor, OpenEXR ZIP (16 rows) compressed on
-//            the library's threads;
+//            the horizontal predictor;
 //   balanced PNG level 6 with adaptive filters, TIFF deflate level 6 with
-//            the predictor, OpenEXR PIZ;
-//   small    PNG level 9 with adaptive filters, TIFF deflate level 9, OpenEXR
-//            ZIP at level 9;
+//            the predictor;
+//   small    PNG level 9 with adaptive filters, TIFF deflate level 9;
 //   none     stored without compression.
-// Other formats keep their writer's own setting.
+// OpenEXR is PIZ at every setting but none (smaller and faster than ZIP on
+// photographic half floats), compressed on the library's threads. Other
+// formats keep their writer's own setting.
 enum class Compression { Fast, Balanced, Small, None };
 
 // "fast", "balanced", "small", "none".
