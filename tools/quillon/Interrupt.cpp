@@ -23,8 +23,10 @@ void InstallInterruptHandlers() {
     action.sa_flags = 0;  // no SA_RESTART: a blocked read returns so the loop can stop
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
-    // A closed downstream pipe becomes a write error, not a silent death.
+    // A closed downstream pipe, or a file grown past the process's size
+    // limit, becomes a write error (and a clean exit), not a silent death.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 bool InterruptRequested() {

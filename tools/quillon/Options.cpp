@@ -48,6 +48,9 @@ void AddCommon(CLI::App* app, CommonOptions& o, RawCommon& raw) {
         ->capture_default_str();
     app->add_flag("-q,--quiet", o.quiet, "No progress bar and no result line");
     app->add_flag("--json", o.json, "Print a JSON summary of the run");
+    app->add_option("--threads", o.threads,
+                    "Threads busy at once over the whole run (default: the machine's)")
+        ->check(CLI::Range(1, 1024));
 }
 
 std::optional<SizeSpec> FullSize(const std::string& text) {

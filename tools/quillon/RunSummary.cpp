@@ -112,11 +112,16 @@ std::string ToJson(const RunSummary& s) {
     if (!s.codec.empty()) {
         j += ",\"codec\":" + JsonString(s.codec);
     }
+    j += ",\"threads\":" + std::to_string(s.threads);
+    double busy = 0;
     j += ",\"seconds\":{\"total\":" + Number(s.totalSeconds);
     for (const auto& [name, seconds] : s.stageSeconds) {
         j += "," + JsonString(name) + ":" + Number(seconds);
+        busy += seconds;
     }
     j += "}";
+    // Stage seconds over wall seconds: above 1 when stages overlap.
+    j += ",\"overlap\":" + Number(s.totalSeconds > 0 ? busy / s.totalSeconds : 0.0);
     const double fps = s.totalSeconds > 0 ? static_cast<double>(s.frames) / s.totalSeconds : 0.0;
     j += ",\"frames_per_second\":" + Number(fps);
     j += "}";

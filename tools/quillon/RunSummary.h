@@ -45,9 +45,11 @@ struct RunSummary {
     uint32_t engineOptions = 0;
     std::string kernel;
     std::string codec;  // video only
+    int threads = 1;    // busy threads allowed at once
     double totalSeconds = 0;
     // Named stages in the order they run: read/decode, convert_in, engine,
-    // convert_out, write/encode.
+    // convert_out, write/encode. Busy seconds, summed over the threads of a
+    // stage; stages overlap, so they may add up to more than the total.
     std::vector<std::pair<std::string, double>> stageSeconds;
 };
 

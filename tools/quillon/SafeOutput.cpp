@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
+#include <mutex>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -15,12 +17,24 @@ namespace quillon {
 
 namespace {
 
+// Temporaries not yet committed; writers on several threads share the list.
+std::mutex& PendingMutex() {
+    static std::mutex mutex;
+    return mutex;
+}
+
 std::vector<std::string>& Pending() {
     static std::vector<std::string> pending;
     return pending;
 }
 
+void Remember(const std::string& path) {
+    const std::lock_guard lock(PendingMutex());
+    Pending().push_back(path);
+}
+
 void Forget(const std::string& path) {
+    const std::lock_guard lock(PendingMutex());
     auto& pending = Pending();
     pending.erase(std::remove(pending.begin(), pending.end(), path), pending.end());
 }
@@ -48,7 +62,7 @@ void CheckDestination(const fs::path& input, const fs::path& output, bool force)
 }
 
 SafeOutput::SafeOutput(fs::path destination) : destination_(std::move(destination)) {
-    static unsigned serial = 0;
+    static std::atomic<unsigned> serial{0};
     fs::path folder = destination_.parent_path();
     if (folder.empty()) {
         folder = ".";
@@ -67,7 +81,7 @@ SafeOutput::SafeOutput(fs::path destination) : destination_(std::move(destinatio
                              std::to_string(::getpid()) + "-" + std::to_string(serial++) +
                              destination_.extension().string();
     temporary_ = folder / name;
-    Pending().push_back(temporary_.string());
+    Remember(temporary_.string());
 }
 
 SafeOutput::~SafeOutput() {
@@ -91,6 +105,8 @@ void SafeOutput::Commit() {
 }
 
 void RemoveAllTemporaries() {
+    // No lock: this runs on the way out of the process, possibly while
+    // another thread holds it.
     for (const std::string& path : Pending()) {
         ::unlink(path.c_str());
     }

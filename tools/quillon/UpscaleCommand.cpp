@@ -4,10 +4,13 @@
 #include <cstdio>
 #include <filesystem>
 #include <set>
+#include <thread>
+#include <vector>
 
 #include "Commands.h"
 #include "Compare.h"
 #include "Errors.h"
+#include "FramePipeline.h"
 #include "Interrupt.h"
 #include "Progress.h"
 #include "RunSummary.h"
@@ -46,6 +49,20 @@ void EnlargeImage(FrameScaler& scaler, const RgbaImage& source, RgbaImage& resul
     t0 = Clock::now();
     FromWorkingFrame(out, result);
     times.convertOut += SecondsSince(t0);
+}
+
+// Buffers of one sequence frame in flight.
+struct SequenceSlot {
+    StillImage source;
+    RgbaImage result;
+};
+
+// Threads the run may keep busy at once: --threads, else the machine's.
+int RunThreads(int requested) {
+    if (requested > 0) {
+        return requested;
+    }
+    return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
 }
 
 ScaleSettings SettingsFor(const UpscaleOptions& o, uint32_t sw, uint32_t sh, int bits,
@@ -168,46 +185,84 @@ void RunSequence(const UpscaleOptions& o) {
         CheckDestination(inPattern->Format(f), outPattern->Format(f), o.force);
     }
 
-    StageTimes times;
-    std::optional<FrameScaler> scaler;
+    // The first frame decides the size and depth of the run.
+    const int threads = RunThreads(o.threads);
+    const int readers = std::max(1, threads / 2);
+    const int writers = threads;
+    std::vector<SequenceSlot> slots(static_cast<size_t>(readers + writers + 2));
+    auto t0 = Clock::now();
+    slots[0].source = ReadStill(inPattern->Format(frames[0]));
+    const double firstRead = SecondsSince(t0);
     ResolvedSize target;
-    Progress progress(static_cast<int64_t>(frames.size()),
-                      !o.quiet && Progress::StderrIsTerminal());
-    RgbaImage result;
+    FrameScaler scaler(SettingsFor(o, slots[0].source.image.width, slots[0].source.image.height,
+                                   slots[0].source.image.bits, target));
+
+    StageTimes times;
     WorkingFrame in;
     WorkingFrame out;
+    Progress progress(static_cast<int64_t>(frames.size()),
+                      !o.quiet && Progress::StderrIsTerminal());
     int64_t done = 0;
-    for (const int64_t f : frames) {
-        ThrowIfInterrupted();
-        const std::string inName = inPattern->Format(f);
-        auto t0 = Clock::now();
-        const StillImage still = ReadStill(inName);
-        times.read += SecondsSince(t0);
-        if (!scaler) {
-            scaler.emplace(
-                SettingsFor(o, still.image.width, still.image.height, still.image.bits, target));
-        } else if (still.image.width != scaler->settings().srcWidth ||
-                   still.image.height != scaler->settings().srcHeight ||
-                   still.image.bits != scaler->settings().bits) {
-            throw QuillonError(
-                ExitCode::CorruptInput,
-                "frame '" + inName + "' differs in size or depth from the first frame");
-        }
-        EnlargeImage(*scaler, still.image, result, in, out, times);
-        t0 = Clock::now();
-        SafeOutput output(outPattern->Format(f));
-        WriteStill(output.temporary(), result, still.hasAlpha, output.destination(), o.compression);
-        output.Commit();
-        times.write += SecondsSince(t0);
-        progress.Update(++done);
+    const auto frameName = [&](int64_t index) { return inPattern->Format(frames[index]); };
+    std::vector<PipelineStage> stages;
+    stages.push_back({"read", readers, [&](int64_t index, size_t slot) {
+                          if (index == 0) {
+                              return true;  // read above
+                          }
+                          ThrowIfInterrupted();
+                          const std::string name = frameName(index);
+                          StillImage& still = slots[slot].source;
+                          still = ReadStill(name);
+                          if (still.image.width != scaler.settings().srcWidth ||
+                              still.image.height != scaler.settings().srcHeight ||
+                              still.image.bits != scaler.settings().bits) {
+                              throw QuillonError(
+                                  ExitCode::CorruptInput,
+                                  "frame '" + name +
+                                      "' differs in size or depth from the first frame");
+                          }
+                          return true;
+                      }});
+    stages.push_back(
+        {"engine", 1, [&](int64_t index, size_t slot) {
+             ThrowIfInterrupted();
+             try {
+                 EnlargeImage(scaler, slots[slot].source.image, slots[slot].result, in, out, times);
+             } catch (const QuillonError& e) {
+                 throw QuillonError(e.code(), "frame '" + frameName(index) + "': " + e.what());
+             }
+             return true;
+         }});
+    stages.push_back({"write", writers, [&](int64_t index, size_t slot) {
+                          SafeOutput output(outPattern->Format(frames[index]));
+                          WriteStill(output.temporary(), slots[slot].result,
+                                     slots[slot].source.hasAlpha, output.destination(),
+                                     o.compression);
+                          output.Commit();
+                          return true;
+                      }});
+    FramePipeline pipeline(std::move(stages), slots.size(), threads);
+    PipelineReport report;
+    try {
+        pipeline.Run(
+            static_cast<int64_t>(frames.size()), [&](int64_t) { progress.Update(++done); }, report);
+    } catch (const QuillonError& e) {
+        progress.Finish();
+        throw QuillonError(e.code(), std::string(e.what()) + "; frames complete: " +
+                                         DescribeFrames(report.completed, [&](int64_t index) {
+                                             return frames[index];
+                                         }));
     }
     progress.Finish();
 
     RunSummary summary;
-    FillSummary(summary, o, *scaler, target);
+    FillSummary(summary, o, scaler, target);
     summary.kind = "sequence";
-    summary.frames = done;
+    summary.frames = report.frames;
+    summary.threads = threads;
     summary.totalSeconds = SecondsSince(start);
+    times.read = report.busySeconds[0] + firstRead;
+    times.write = report.busySeconds[2];
     summary.stageSeconds = NamedStages(times);
     Report(o, summary);
 }
