@@ -160,8 +160,11 @@ TEST(SafeOutput, OnlyACommittedOutputAppears) {
     EXPECT_EQ(CodeOf([&] { CheckDestination("", final, false); }), ExitCode::OutputRefused);
     EXPECT_EQ(CodeOf([&] { CheckDestination("", final, true); }), ExitCode::Ok);
     EXPECT_EQ(CodeOf([&] { CheckDestination(final, final, true); }), ExitCode::OutputRefused);
-    EXPECT_EQ(CodeOf([&] { SafeOutput(dir.path() / "missing" / "o.png"); }),
-              ExitCode::OutputFailed);
+    // A missing folder is made with its parents; a file in the way fails.
+    EXPECT_EQ(CodeOf([&] { SafeOutput(dir.path() / "missing" / "deeper" / "o.png"); }),
+              ExitCode::Ok);
+    EXPECT_TRUE(fs::is_directory(dir.path() / "missing" / "deeper"));
+    EXPECT_EQ(CodeOf([&] { SafeOutput(final / "o.png"); }), ExitCode::OutputFailed);
 }
 
 TEST(Progress, BarAndJsonSummary) {
