@@ -23,12 +23,14 @@ inline uint16_t HostAlphaFromTransparency(uint16_t t) {
 
 // RGBA <-> BGR + transparency at 8 bits: the swap and the inversion are
 // their own inverses, so one loop serves both directions.
+// Whole pixels as 32-bit words (byte order independent: the swap is done on
+// the bytes' positions) so the loop vectorises; 255 - a is a ^ 255.
 void SwapRedBlueInvertAlpha8(const uint8_t* s, uint8_t* d, size_t n) {
-    for (size_t i = 0; i < n; ++i, s += 4, d += 4) {
-        d[0] = s[2];
-        d[1] = s[1];
-        d[2] = s[0];
-        d[3] = static_cast<uint8_t>(kMax8 - s[3]);
+    for (size_t i = 0; i < n; ++i) {
+        uint8_t px[4];
+        std::memcpy(px, s + i * 4, 4);
+        const uint8_t out[4] = {px[2], px[1], px[0], static_cast<uint8_t>(px[3] ^ kMax8)};
+        std::memcpy(d + i * 4, out, 4);
     }
 }
 
@@ -52,11 +54,13 @@ void RgbaImage::Allocate(uint32_t w, uint32_t h, int depth) {
     height = h;
     bits = depth;
     const size_t count = size_t{w} * h * 4;
+    // Every caller overwrites all pixels: a frame of the same size is reused
+    // as it is, without clearing.
     if (depth == 8) {
-        pixels8.assign(count, 0);
+        pixels8.resize(count);
         pixels16.clear();
     } else {
-        pixels16.assign(count, 0);
+        pixels16.resize(count);
         pixels8.clear();
     }
 }

@@ -166,6 +166,7 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, ParsedCom
     std::string compareAt;
     std::optional<int> crf;
     std::string compression = CompressionName(Compression::Fast);
+    std::string colourspace = "bt709";
     CLI::App* upscale =
         app.add_subcommand("upscale", "Enlarge a still, an image sequence or a video file");
     upscale
@@ -190,6 +191,12 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, ParsedCom
                      "Still writers (PNG, TIFF, OpenEXR), all lossless: fast, balanced, small "
                      "or none")
         ->check(CLI::IsMember({"fast", "balanced", "small", "none"}))
+        ->capture_default_str();
+    upscale
+        ->add_option("--colorspace", colourspace,
+                     "Video colour: bt709 converts SD colour to BT.709 when the target is HD or "
+                     "larger; keep keeps the source's")
+        ->check(CLI::IsMember({"bt709", "keep"}))
         ->capture_default_str();
     upscale->add_option(
         "--compare", up.compare,
@@ -228,6 +235,8 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, ParsedCom
             }
             up.video.crf = crf;
             up.compression = *ParseCompression(compression);
+            up.video.colour =
+                colourspace == "keep" ? ColourConversion::Keep : ColourConversion::Bt709;
             if (!bitrate.empty()) {
                 up.video.bitrate = ParseBitrate(bitrate);
                 if (!up.video.bitrate) {

@@ -1,5 +1,9 @@
 #include "RunSummary.h"
 
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
 #include <cmath>
 #include <cstdio>
 
@@ -52,6 +56,13 @@ std::string Number(double value) {
 }
 
 }  // namespace
+
+std::string DescribeColour(const ColourDescription& c) {
+    auto name = [](const char* text) { return std::string(text != nullptr ? text : "?"); };
+    return name(av_color_space_name(c.matrix)) + "/" + name(av_color_primaries_name(c.primaries)) +
+           "/" + name(av_color_transfer_name(c.transfer)) + "/" +
+           name(av_color_range_name(c.range));
+}
 
 std::string JsonString(const std::string& text) {
     std::string out = "\"";
@@ -111,6 +122,10 @@ std::string ToJson(const RunSummary& s) {
     j += ",\"threads\":" + std::to_string(GetEngineThreads());
     if (!s.codec.empty()) {
         j += ",\"codec\":" + JsonString(s.codec);
+    }
+    if (!s.sourceColour.empty()) {
+        j += ",\"source_colour\":" + JsonString(s.sourceColour);
+        j += ",\"output_colour\":" + JsonString(s.outputColour);
     }
     j += ",\"threads\":" + std::to_string(s.threads);
     double busy = 0;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "FrameScaler.h"
+#include "VideoIO.h"
 
 namespace quillon {
 
@@ -44,8 +45,10 @@ struct RunSummary {
     int antiAliasing = 0;
     uint32_t engineOptions = 0;
     std::string kernel;
-    std::string codec;  // video only
-    int threads = 1;    // busy threads allowed at once
+    std::string codec;         // video only
+    std::string sourceColour;  // video only: "matrix/primaries/transfer/range"
+    std::string outputColour;
+    int threads = 1;  // busy threads allowed at once
     double totalSeconds = 0;
     // Named stages in the order they run: read/decode, convert_in, engine,
     // convert_out, write/encode. Busy seconds, summed over the threads of a
@@ -61,6 +64,9 @@ std::vector<std::pair<std::string, double>> NamedStages(const StageTimes& times,
 
 // Fills the sizes, depth, controls, engine options and kernel of a run.
 void DescribeScale(RunSummary& summary, const FrameScaler& scaler, const std::string& sizeRule);
+
+// "bt709/bt709/bt709/tv": FFmpeg's names of matrix, primaries, transfer, range.
+std::string DescribeColour(const ColourDescription& colour);
 
 // One JSON object on one line.
 std::string ToJson(const RunSummary& summary);

@@ -54,6 +54,8 @@ void EnlargeImage(FrameScaler& scaler, const RgbaImage& source, RgbaImage& resul
 // Buffers of one sequence frame in flight.
 struct SequenceSlot {
     StillImage source;
+    WorkingFrame workSource;
+    WorkingFrame workResult;
     RgbaImage result;
 };
 
@@ -189,17 +191,17 @@ void RunSequence(const UpscaleOptions& o) {
     const int threads = RunThreads(o.threads);
     const int readers = std::max(1, threads / 2);
     const int writers = threads;
-    std::vector<SequenceSlot> slots(static_cast<size_t>(readers + writers + 2));
+    const int engines = threads;
+    std::vector<SequenceSlot> slots(static_cast<size_t>(readers + engines + writers + 2));
     auto t0 = Clock::now();
     slots[0].source = ReadStill(inPattern->Format(frames[0]));
     const double firstRead = SecondsSince(t0);
     ResolvedSize target;
-    FrameScaler scaler(SettingsFor(o, slots[0].source.image.width, slots[0].source.image.height,
-                                   slots[0].source.image.bits, target));
+    ScalerPool scalers(SettingsFor(o, slots[0].source.image.width, slots[0].source.image.height,
+                                   slots[0].source.image.bits, target),
+                       engines);
+    const FrameScaler& scaler = scalers.first();
 
-    StageTimes times;
-    WorkingFrame in;
-    WorkingFrame out;
     Progress progress(static_cast<int64_t>(frames.size()),
                       !o.quiet && Progress::StderrIsTerminal());
     int64_t done = 0;
@@ -223,16 +225,24 @@ void RunSequence(const UpscaleOptions& o) {
                           }
                           return true;
                       }});
-    stages.push_back(
-        {"engine", 1, [&](int64_t index, size_t slot) {
-             ThrowIfInterrupted();
-             try {
-                 EnlargeImage(scaler, slots[slot].source.image, slots[slot].result, in, out, times);
-             } catch (const QuillonError& e) {
-                 throw QuillonError(e.code(), "frame '" + frameName(index) + "': " + e.what());
-             }
-             return true;
-         }});
+    stages.push_back({"convert_in", 1, [&](int64_t, size_t slot) {
+                          ToWorkingFrame(slots[slot].source.image, slots[slot].workSource);
+                          return true;
+                      }});
+    stages.push_back({"engine", engines, [&](int64_t index, size_t slot) {
+                          ThrowIfInterrupted();
+                          try {
+                              scalers.Process(slots[slot].workSource, slots[slot].workResult);
+                          } catch (const QuillonError& e) {
+                              throw QuillonError(e.code(),
+                                                 "frame '" + frameName(index) + "': " + e.what());
+                          }
+                          return true;
+                      }});
+    stages.push_back({"convert_out", 1, [&](int64_t, size_t slot) {
+                          FromWorkingFrame(slots[slot].workResult, slots[slot].result);
+                          return true;
+                      }});
     stages.push_back({"write", writers, [&](int64_t index, size_t slot) {
                           SafeOutput output(outPattern->Format(frames[index]));
                           WriteStill(output.temporary(), slots[slot].result,
@@ -261,8 +271,12 @@ void RunSequence(const UpscaleOptions& o) {
     summary.frames = report.frames;
     summary.threads = threads;
     summary.totalSeconds = SecondsSince(start);
+    StageTimes times;
     times.read = report.busySeconds[0] + firstRead;
-    times.write = report.busySeconds[2];
+    times.convertIn = report.busySeconds[1];
+    times.engine = report.busySeconds[2];
+    times.convertOut = report.busySeconds[3];
+    times.write = report.busySeconds[4];
     summary.stageSeconds = NamedStages(times);
     Report(o, summary);
 }
@@ -279,30 +293,50 @@ void RunVideo(const UpscaleOptions& o) {
     const VideoInfo info = ProbeVideo(o.input);
     CheckDestination(o.input, o.output, o.force);
     ResolvedSize target;
-    FrameScaler scaler(SettingsFor(o, info.width, info.height, info.bits, target));
+    VideoEncodeOptions video = o.video;
+    video.threads = RunThreads(o.threads);
+    video.engineWorkers = video.threads;
+    ScalerPool scalers(SettingsFor(o, info.width, info.height, info.bits, target),
+                       video.engineWorkers);
+    const FrameScaler& scaler = scalers.first();
 
-    StageTimes times;
     VideoTimings videoTimes;
-    WorkingFrame in;
-    WorkingFrame out;
     Progress progress(info.frameCount, !o.quiet && Progress::StderrIsTerminal());
     SafeOutput output(o.output);
-    const int64_t frames = TranscodeVideo(
-        o.input, output.temporary(), target.width, target.height, o.video,
-        [&](const RgbaImage& source, RgbaImage& result) {
-            EnlargeImage(scaler, source, result, in, out, times);
-        },
-        [&](int64_t done) { progress.Update(done); }, videoTimes);
-    output.Commit();
+    int64_t frames = 0;
+    try {
+        frames = TranscodeVideo(
+            o.input, output.temporary(), target.width, target.height, video,
+            [&](const WorkingFrame& source, WorkingFrame& result) {
+                ThrowIfInterrupted();
+                scalers.Process(source, result);
+            },
+            [&](int64_t done) { progress.Update(done); }, videoTimes);
+        output.Commit();
+    } catch (const QuillonError& e) {
+        progress.Finish();
+        // The temporary file is removed as the output unwinds: nothing
+        // appears under the final name.
+        throw QuillonError(e.code(),
+                           std::string(e.what()) + "; " + std::to_string(videoTimes.framesEncoded) +
+                               " frames were encoded, '" + o.output + "' was not written");
+    }
     progress.Finish();
 
     RunSummary summary;
     FillSummary(summary, o, scaler, target);
     summary.kind = "video";
     summary.frames = frames;
-    summary.codec = o.video.codec.empty() ? DefaultVideoCodec(o.output, info.bits) : o.video.codec;
+    summary.threads = video.threads;
+    summary.codec = video.codec.empty() ? DefaultVideoCodec(o.output, info.bits) : video.codec;
+    summary.sourceColour = DescribeColour(videoTimes.sourceColour);
+    summary.outputColour = DescribeColour(videoTimes.outputColour);
     summary.totalSeconds = SecondsSince(start);
+    StageTimes times;
     times.read = videoTimes.decode;
+    times.convertIn = videoTimes.convertIn;
+    times.engine = videoTimes.engine;
+    times.convertOut = videoTimes.convertOut;
     times.write = videoTimes.encode;
     summary.stageSeconds = NamedStages(times, "decode", "encode");
     Report(o, summary);

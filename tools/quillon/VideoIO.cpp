@@ -19,6 +19,8 @@ extern "C" {
 #include <system_error>
 
 #include "Errors.h"
+#include "FramePipeline.h"
+#include "Interrupt.h"
 #include "RunSummary.h"
 #include "StillIO.h"
 
@@ -107,7 +109,7 @@ struct Decoder {
     int bits = 8;
 };
 
-Decoder OpenDecoder(const fs::path& input) {
+Decoder OpenDecoder(const fs::path& input, int threads = 0) {
     std::error_code ec;
     if (!fs::exists(input, ec) || fs::is_directory(input, ec)) {
         throw QuillonError(ExitCode::InputMissing, "input '" + input.string() + "' does not exist");
@@ -148,7 +150,7 @@ Decoder OpenDecoder(const fs::path& input) {
         throw QuillonError(ExitCode::CorruptInput,
                            "bad video parameters in '" + input.string() + "'");
     }
-    d.codec->thread_count = 0;
+    d.codec->thread_count = threads;
     d.codec->pkt_timebase = d.stream->time_base;
     rc = avcodec_open2(d.codec.get(), decoder, nullptr);
     if (rc < 0) {
@@ -267,10 +269,28 @@ AVPixelFormat ChooseEncoderFormat(const AVCodec* codec, AVPixelFormat source, in
     return avcodec_find_best_pix_fmt_of_list(codec->pix_fmts, source, hasAlpha, &loss);
 }
 
-void ConfigureColour(SwsContext* sws, AVColorSpace space, AVColorRange range, bool toRgb) {
-    const int* coefficients =
-        sws_getCoefficients(space == AVCOL_SPC_UNSPECIFIED ? SWS_CS_DEFAULT : space);
-    const int full = range == AVCOL_RANGE_JPEG ? 1 : 0;
+// Builds a converter between two frame layouts of the same size, sliced
+// over `threads` threads, with the YUV side's matrix and range.
+SwsPtr MakeConverter(int width, int height, AVPixelFormat from, AVPixelFormat to, int flags,
+                     int threads, const ColourDescription& yuvSide, bool toRgb) {
+    SwsPtr sws(sws_alloc_context());
+    if (!sws) {
+        OutOfMemory("pixel converter");
+    }
+    SwsContext* c = sws.get();
+    av_opt_set_int(c, "srcw", width, 0);
+    av_opt_set_int(c, "srch", height, 0);
+    av_opt_set_int(c, "src_format", from, 0);
+    av_opt_set_int(c, "dstw", width, 0);
+    av_opt_set_int(c, "dsth", height, 0);
+    av_opt_set_int(c, "dst_format", to, 0);
+    av_opt_set_int(c, "sws_flags", flags, 0);
+    av_opt_set_int(c, "threads", threads, 0);
+    if (sws_init_context(c, nullptr, nullptr) < 0) {
+        return nullptr;
+    }
+    const int* coefficients = sws_getCoefficients(yuvSide.matrix);
+    const int full = yuvSide.range == AVCOL_RANGE_JPEG ? 1 : 0;
     int* invTable = nullptr;
     int* table = nullptr;
     int srcRange = 0;
@@ -278,20 +298,127 @@ void ConfigureColour(SwsContext* sws, AVColorSpace space, AVColorRange range, bo
     int brightness = 0;
     int contrast = 0;
     int saturation = 0;
-    if (sws_getColorspaceDetails(sws, &invTable, &srcRange, &table, &dstRange, &brightness,
-                                 &contrast, &saturation) < 0) {
-        return;  // RGB to RGB: nothing to set
+    if (sws_getColorspaceDetails(c, &invTable, &srcRange, &table, &dstRange, &brightness, &contrast,
+                                 &saturation) >= 0) {
+        if (toRgb) {
+            sws_setColorspaceDetails(c, coefficients, full, table, 1, brightness, contrast,
+                                     saturation);
+        } else {
+            sws_setColorspaceDetails(c, invTable, 1, coefficients, full, brightness, contrast,
+                                     saturation);
+        }
     }
-    if (toRgb) {
-        sws_setColorspaceDetails(sws, coefficients, full, table, 1, brightness, contrast,
-                                 saturation);
-    } else {
-        sws_setColorspaceDetails(sws, invTable, 1, coefficients, full, brightness, contrast,
-                                 saturation);
+    return sws;
+}
+
+// An AVFrame that borrows packed pixels (their owner outlives it).
+void Borrow(AVFrame* frame, uint8_t* data, uint32_t width, uint32_t height, int pixelBytes,
+            AVPixelFormat format) {
+    av_frame_unref(frame);
+    const size_t bytes = size_t{width} * height * static_cast<size_t>(pixelBytes);
+    frame->buf[0] = av_buffer_create(
+        data, bytes, [](void*, uint8_t*) {}, nullptr, 0);
+    if (frame->buf[0] == nullptr) {
+        OutOfMemory("frame reference");
+    }
+    frame->data[0] = data;
+    frame->linesize[0] = static_cast<int>(width) * pixelBytes;
+    frame->width = static_cast<int>(width);
+    frame->height = static_cast<int>(height);
+    frame->format = format;
+}
+
+void BorrowRgba(AVFrame* frame, RgbaImage& image) {
+    const bool deep = image.bits == 16;
+    Borrow(frame, deep ? reinterpret_cast<uint8_t*>(image.pixels16.data()) : image.pixels8.data(),
+           image.width, image.height, deep ? 8 : 4, deep ? AV_PIX_FMT_RGBA64LE : AV_PIX_FMT_RGBA);
+}
+
+// An 8-bit working frame seen as BGRA: its fourth byte is transparency.
+void BorrowWorking8(AVFrame* frame, WorkingFrame& working) {
+    Borrow(frame, working.bytes.data(), working.width, working.height, 4, AV_PIX_FMT_BGRA);
+}
+
+// 8-bit BGRA with alpha to a working frame in place: transparency = 255 - A.
+void AlphaToTransparency8(WorkingFrame& working) {
+    uint8_t* p = working.bytes.data();
+    const size_t n = working.PixelCount();
+    for (size_t i = 0; i < n; ++i) {
+        p[i * 4 + 3] = static_cast<uint8_t>(p[i * 4 + 3] ^ 0xFF);
     }
 }
 
+// Buffers of one video frame in flight.
+struct VideoSlot {
+    FramePtr decoded;
+    RgbaImage source;  // 16 bits, and results with alpha
+    RgbaImage result;
+    WorkingFrame workSource;
+    WorkingFrame workResult;
+    FramePtr encoded;
+    FramePtr borrowed;  // the RGBA image seen as an AVFrame
+    int64_t pts = AV_NOPTS_VALUE;
+    std::vector<PacketPtr> audio;  // audio packets read before this frame
+};
+
 }  // namespace
+
+bool IsYuvFormat(AVPixelFormat format) {
+    const AVPixFmtDescriptor* desc = av_pix_fmt_desc_get(format);
+    return desc != nullptr && !(desc->flags & AV_PIX_FMT_FLAG_RGB) && desc->nb_components >= 3;
+}
+
+ColourDescription SourceColour(AVColorSpace matrix, AVColorPrimaries primaries,
+                               AVColorTransferCharacteristic transfer, AVColorRange range,
+                               int height, bool yuv) {
+    const bool sd = height < 720;
+    const bool pal = height == 576;
+    ColourDescription c;
+    c.matrix = matrix;
+    if (!yuv) {
+        c.matrix = AVCOL_SPC_RGB;
+    } else if (matrix == AVCOL_SPC_UNSPECIFIED || matrix == AVCOL_SPC_RESERVED ||
+               matrix == AVCOL_SPC_RGB) {
+        c.matrix = sd ? (pal ? AVCOL_SPC_BT470BG : AVCOL_SPC_SMPTE170M) : AVCOL_SPC_BT709;
+    }
+    c.primaries = primaries;
+    if (primaries == AVCOL_PRI_UNSPECIFIED || primaries == AVCOL_PRI_RESERVED ||
+        primaries == AVCOL_PRI_RESERVED0) {
+        c.primaries = sd ? (pal ? AVCOL_PRI_BT470BG : AVCOL_PRI_SMPTE170M) : AVCOL_PRI_BT709;
+    }
+    c.transfer = transfer;
+    if (transfer == AVCOL_TRC_UNSPECIFIED || transfer == AVCOL_TRC_RESERVED ||
+        transfer == AVCOL_TRC_RESERVED0) {
+        c.transfer = sd ? AVCOL_TRC_SMPTE170M : AVCOL_TRC_BT709;
+    }
+    c.range = range;
+    if (range == AVCOL_RANGE_UNSPECIFIED) {
+        c.range = yuv ? AVCOL_RANGE_MPEG : AVCOL_RANGE_JPEG;
+    }
+    return c;
+}
+
+ColourDescription OutputColour(const ColourDescription& source, int targetHeight,
+                               ColourConversion conversion, bool yuvOutput) {
+    ColourDescription c = source;
+    const bool sdMatrix =
+        source.matrix == AVCOL_SPC_SMPTE170M || source.matrix == AVCOL_SPC_BT470BG;
+    const bool sdRgb = source.matrix == AVCOL_SPC_RGB && (source.primaries == AVCOL_PRI_SMPTE170M ||
+                                                          source.primaries == AVCOL_PRI_BT470BG);
+    if (conversion == ColourConversion::Bt709 && targetHeight >= 720 && (sdMatrix || sdRgb)) {
+        c.matrix = AVCOL_SPC_BT709;
+        c.primaries = AVCOL_PRI_BT709;
+        c.transfer = AVCOL_TRC_BT709;
+    }
+    if (!yuvOutput) {
+        c.matrix = AVCOL_SPC_RGB;
+        c.range = AVCOL_RANGE_JPEG;
+    } else if (c.matrix == AVCOL_SPC_RGB) {
+        c.matrix = targetHeight >= 720 ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
+        c.range = AVCOL_RANGE_MPEG;
+    }
+    return c;
+}
 
 bool IsVideoContainer(const fs::path& path) {
     return av_guess_format(nullptr, path.filename().string().c_str(), nullptr) != nullptr;
@@ -357,10 +484,12 @@ int64_t TranscodeVideo(const fs::path& input, const fs::path& output, uint32_t d
                        const FrameFunction& process, const std::function<void(int64_t)>& progress,
                        VideoTimings& timings) {
     SetLogLevel(options.verbose);
-    Decoder d = OpenDecoder(input);
+    const int threads = std::max(options.threads, 1);
+    Decoder d = OpenDecoder(input, threads);
     AVFormatContext* in = d.format.get();
     const AVRational rate = FrameRateOf(in, d.stream);
     const std::string outName = output.string();
+    const std::string inName = input.string();
 
     // Output container and video encoder.
     AVFormatContext* rawOut = nullptr;
@@ -399,6 +528,15 @@ int64_t TranscodeVideo(const fs::path& input, const fs::path& output, uint32_t d
                                std::to_string(dstHeight) + " is odd but " + encDesc->name +
                                " needs even sizes; choose another size or --pix-fmt");
     }
+    // Colour: the source as a player takes it, the output tagged explicitly.
+    const ColourDescription sourceColour =
+        SourceColour(d.codec->colorspace, d.codec->color_primaries, d.codec->color_trc,
+                     d.codec->color_range, d.codec->height, IsYuvFormat(d.codec->pix_fmt));
+    const ColourDescription outColour = OutputColour(sourceColour, static_cast<int>(dstHeight),
+                                                     options.colour, IsYuvFormat(encFormat));
+    timings.sourceColour = sourceColour;
+    timings.outputColour = outColour;
+
     enc->width = static_cast<int>(dstWidth);
     enc->height = static_cast<int>(dstHeight);
     enc->pix_fmt = encFormat;
@@ -408,11 +546,11 @@ int64_t TranscodeVideo(const fs::path& input, const fs::path& output, uint32_t d
         enc->time_base = av_inv_q(rate);  // MPEG-4 part 2 limits the time base to 16 bits
     }
     enc->framerate = rate;
-    enc->thread_count = 0;
-    enc->color_range = d.codec->color_range;
-    enc->colorspace = d.codec->colorspace;
-    enc->color_primaries = d.codec->color_primaries;
-    enc->color_trc = d.codec->color_trc;
+    enc->thread_count = threads;
+    enc->color_range = outColour.range;
+    enc->colorspace = outColour.matrix;
+    enc->color_primaries = outColour.primaries;
+    enc->color_trc = outColour.transfer;
     if (out->oformat->flags & AVFMT_GLOBALHEADER) {
         enc->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     }
@@ -478,37 +616,58 @@ int64_t TranscodeVideo(const fs::path& input, const fs::path& output, uint32_t d
                            "cannot start '" + outName + "': " + AvError(rc));
     }
 
-    // Conversions around the frame function.
+    // Conversions around the engine, each sliced over the run's threads.
     const int srcW = d.codec->width;
     const int srcH = d.codec->height;
-    const AVPixelFormat rgbaFormat = d.bits == 16 ? AV_PIX_FMT_RGBA64LE : AV_PIX_FMT_RGBA;
-    const int flags = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP;
+    // 8-bit frames convert straight to and from the working layout (BGRA with
+    // transparency), unless the encoder keeps alpha; 16-bit frames go through
+    // full-range RGBA and the host-range mapping.
+    const bool deep = d.bits == 16;
+    const bool keepsAlpha = (encDesc->flags & AV_PIX_FMT_FLAG_ALPHA) != 0;
+    const AVPixelFormat inRgb = deep ? AV_PIX_FMT_RGBA64LE : AV_PIX_FMT_BGRA;
+    const AVPixelFormat outRgb =
+        deep ? AV_PIX_FMT_RGBA64LE : (keepsAlpha ? AV_PIX_FMT_RGBA : AV_PIX_FMT_BGRA);
+    const int inFlags = SWS_BILINEAR | SWS_ACCURATE_RND;
+    const int outFlags = SWS_BILINEAR | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INP;
     SwsPtr toRgba;
     AVPixelFormat toRgbaFrom = AV_PIX_FMT_NONE;
-    SwsPtr fromRgba(sws_getContext(static_cast<int>(dstWidth), static_cast<int>(dstHeight),
-                                   rgbaFormat, enc->width, enc->height, encFormat, flags, nullptr,
-                                   nullptr, nullptr));
+    SwsPtr fromRgba = MakeConverter(enc->width, enc->height, outRgb, encFormat, outFlags, threads,
+                                    outColour, false);
     if (!fromRgba) {
         throw QuillonError(ExitCode::Unsupported,
                            "cannot convert RGBA frames to " + std::string(encDesc->name));
     }
-    ConfigureColour(fromRgba.get(), enc->colorspace, enc->color_range, false);
 
-    RgbaImage source;
-    RgbaImage result;
-    source.Allocate(static_cast<uint32_t>(srcW), static_cast<uint32_t>(srcH), d.bits);
-    FramePtr decoded = NewFrame();
-    FramePtr encoded = NewFrame();
-    encoded->format = encFormat;
-    encoded->width = enc->width;
-    encoded->height = enc->height;
-    if (av_frame_get_buffer(encoded.get(), 0) < 0) {
-        OutOfMemory("encoder frame");
+    const size_t slotCount = static_cast<size_t>(4 + std::max(options.engineWorkers, 1));
+    std::vector<VideoSlot> slots(slotCount);
+    for (VideoSlot& slot : slots) {
+        slot.decoded = NewFrame();
+        slot.encoded = NewFrame();
+        slot.borrowed = NewFrame();
+        slot.workSource.Allocate(static_cast<uint32_t>(srcW), static_cast<uint32_t>(srcH), d.bits);
+        slot.encoded->format = encFormat;
+        slot.encoded->width = enc->width;
+        slot.encoded->height = enc->height;
+        if (av_frame_get_buffer(slot.encoded.get(), 0) < 0) {
+            OutOfMemory("encoder frame");
+        }
     }
     PacketPtr packet = NewPacket();
     PacketPtr outPacket = NewPacket();
-    int64_t framesWritten = 0;
+    std::vector<PacketPtr> pendingAudio;  // read since the last video frame
+    bool decoderFlushed = false;
     int64_t lastPts = AV_NOPTS_VALUE;
+
+    auto writeAudio = [&](std::vector<PacketPtr>& packets) {
+        for (PacketPtr& p : packets) {
+            const int w = av_interleaved_write_frame(out.get(), p.get());
+            if (w < 0) {
+                throw QuillonError(ExitCode::OutputFailed,
+                                   "cannot write '" + outName + "': " + AvError(w));
+            }
+        }
+        packets.clear();
+    };
 
     auto drainEncoder = [&]() {
         for (;;) {
@@ -529,126 +688,202 @@ int64_t TranscodeVideo(const fs::path& input, const fs::path& output, uint32_t d
         }
     };
 
-    auto handleFrame = [&](AVFrame* frame) {
-        auto t0 = Clock::now();
-        if (frame->width != srcW || frame->height != srcH) {
-            throw QuillonError(ExitCode::CorruptInput,
-                               "the video changes size in the middle of '" + input.string() + "'");
-        }
-        const auto format = static_cast<AVPixelFormat>(frame->format);
-        if (!toRgba || format != toRgbaFrom) {
-            toRgba.reset(sws_getContext(srcW, srcH, format, srcW, srcH, rgbaFormat, flags, nullptr,
-                                        nullptr, nullptr));
-            if (!toRgba) {
-                throw QuillonError(ExitCode::Unsupported,
-                                   "cannot convert the video's frames to RGBA");
-            }
-            ConfigureColour(toRgba.get(), frame->colorspace, frame->color_range, true);
-            toRgbaFrom = format;
-        }
-        uint8_t* dstData[4] = {d.bits == 16 ? reinterpret_cast<uint8_t*>(source.pixels16.data())
-                                            : source.pixels8.data(),
-                               nullptr, nullptr, nullptr};
-        int dstStride[4] = {srcW * (d.bits == 16 ? 8 : 4), 0, 0, 0};
-        sws_scale(toRgba.get(), frame->data, frame->linesize, 0, srcH, dstData, dstStride);
-        int64_t pts = frame->best_effort_timestamp;
-        timings.decode += SecondsSince(t0);
-
-        process(source, result);
-
-        t0 = Clock::now();
-        if (av_frame_make_writable(encoded.get()) < 0) {
-            OutOfMemory("encoder frame");
-        }
-        const uint8_t* srcData[4] = {d.bits == 16
-                                         ? reinterpret_cast<const uint8_t*>(result.pixels16.data())
-                                         : result.pixels8.data(),
-                                     nullptr, nullptr, nullptr};
-        int srcStride[4] = {static_cast<int>(dstWidth) * (d.bits == 16 ? 8 : 4), 0, 0, 0};
-        sws_scale(fromRgba.get(), srcData, srcStride, 0, static_cast<int>(dstHeight), encoded->data,
-                  encoded->linesize);
-        if (pts == AV_NOPTS_VALUE) {
-            pts = lastPts == AV_NOPTS_VALUE ? 0 : lastPts + 1;
-        } else {
-            pts = av_rescale_q(pts, d.stream->time_base, enc->time_base);
-        }
-        if (lastPts != AV_NOPTS_VALUE && pts <= lastPts) {
-            pts = lastPts + 1;
-        }
-        lastPts = pts;
-        encoded->pts = pts;
-        encoded->pict_type = AV_PICTURE_TYPE_NONE;
-        const int s = avcodec_send_frame(enc.get(), encoded.get());
-        if (s < 0) {
-            throw QuillonError(ExitCode::OutputFailed, "encoding failed: " + AvError(s));
-        }
-        drainEncoder();
-        timings.encode += SecondsSince(t0);
-        ++framesWritten;
-        if (progress) {
-            progress(framesWritten);
-        }
-    };
-
-    auto drainDecoder = [&]() {
+    // Decodes the next frame into slot.decoded; false at the end of the video.
+    auto decodeNext = [&](int64_t index, VideoSlot& slot) {
         for (;;) {
-            const auto t0 = Clock::now();
-            const int r = avcodec_receive_frame(d.codec.get(), decoded.get());
-            timings.decode += SecondsSince(t0);
-            if (r == AVERROR(EAGAIN) || r == AVERROR_EOF) {
-                return;
+            const int r = avcodec_receive_frame(d.codec.get(), slot.decoded.get());
+            if (r == 0) {
+                return true;
             }
-            if (r < 0) {
+            if (r == AVERROR_EOF) {
+                return false;
+            }
+            if (r != AVERROR(EAGAIN)) {
+                throw QuillonError(ExitCode::CorruptInput, "cannot decode frame " +
+                                                               std::to_string(index + 1) + " of '" +
+                                                               inName + "': " + AvError(r));
+            }
+            if (decoderFlushed) {
+                return false;
+            }
+            ThrowIfInterrupted();
+            rc = av_read_frame(in, packet.get());
+            if (rc == AVERROR_EOF) {
+                avcodec_send_packet(d.codec.get(), nullptr);
+                decoderFlushed = true;
+                continue;
+            }
+            if (rc < 0) {
                 throw QuillonError(ExitCode::CorruptInput,
-                                   "cannot decode '" + input.string() + "': " + AvError(r));
+                                   "cannot read '" + inName + "' after frame " +
+                                       std::to_string(index) + ": " + AvError(rc));
             }
-            handleFrame(decoded.get());
-            av_frame_unref(decoded.get());
+            if (packet->stream_index == d.videoIndex) {
+                const int s = avcodec_send_packet(d.codec.get(), packet.get());
+                av_packet_unref(packet.get());
+                if (s < 0 && s != AVERROR(EAGAIN)) {
+                    throw QuillonError(ExitCode::CorruptInput,
+                                       "cannot decode frame " + std::to_string(index + 1) +
+                                           " of '" + inName + "': " + AvError(s));
+                }
+            } else if (auto it = audioMap.find(packet->stream_index); it != audioMap.end()) {
+                AVStream* ist = in->streams[packet->stream_index];
+                av_packet_rescale_ts(packet.get(), ist->time_base, it->second->time_base);
+                packet->stream_index = it->second->index;
+                packet->pos = -1;
+                PacketPtr kept = NewPacket();
+                av_packet_move_ref(kept.get(), packet.get());
+                pendingAudio.push_back(std::move(kept));
+            } else {
+                av_packet_unref(packet.get());
+            }
         }
     };
 
-    for (;;) {
-        auto t0 = Clock::now();
+    std::vector<PipelineStage> stages;
+    stages.push_back({"decode", 1, [&](int64_t index, size_t s) {
+                          VideoSlot& slot = slots[s];
+                          av_frame_unref(slot.decoded.get());
+                          if (!decodeNext(index, slot)) {
+                              return false;
+                          }
+                          slot.pts = slot.decoded->best_effort_timestamp;
+                          slot.audio = std::move(pendingAudio);
+                          pendingAudio.clear();
+                          return true;
+                      }});
+    stages.push_back(
+        {"convert_in", 1, [&](int64_t index, size_t s) {
+             VideoSlot& slot = slots[s];
+             AVFrame* frame = slot.decoded.get();
+             if (frame->width != srcW || frame->height != srcH) {
+                 throw QuillonError(ExitCode::CorruptInput, "the video changes size at frame " +
+                                                                std::to_string(index + 1) +
+                                                                " of '" + inName + "'");
+             }
+             const auto format = static_cast<AVPixelFormat>(frame->format);
+             if (!toRgba || format != toRgbaFrom) {
+                 toRgba =
+                     MakeConverter(srcW, srcH, format, inRgb, inFlags, threads, sourceColour, true);
+                 if (!toRgba) {
+                     throw QuillonError(ExitCode::Unsupported,
+                                        "cannot convert the video's frames to RGBA");
+                 }
+                 toRgbaFrom = format;
+             }
+             if (deep) {
+                 slot.source.Allocate(static_cast<uint32_t>(srcW), static_cast<uint32_t>(srcH), 16);
+                 BorrowRgba(slot.borrowed.get(), slot.source);
+             } else {
+                 BorrowWorking8(slot.borrowed.get(), slot.workSource);
+             }
+             const int r = sws_scale_frame(toRgba.get(), slot.borrowed.get(), frame);
+             av_frame_unref(slot.borrowed.get());
+             av_frame_unref(frame);
+             if (deep) {
+                 ToWorkingFrame(slot.source, slot.workSource);
+             } else {
+                 AlphaToTransparency8(slot.workSource);
+             }
+             if (r < 0) {
+                 throw QuillonError(
+                     ExitCode::CorruptInput,
+                     "cannot convert frame " + std::to_string(index + 1) + ": " + AvError(r));
+             }
+             return true;
+         }});
+    stages.push_back({"engine", std::max(options.engineWorkers, 1), [&](int64_t, size_t s) {
+                          process(slots[s].workSource, slots[s].workResult);
+                          return true;
+                      }});
+    stages.push_back({"convert_out", 1, [&](int64_t index, size_t s) {
+                          VideoSlot& slot = slots[s];
+                          if (av_frame_make_writable(slot.encoded.get()) < 0) {
+                              OutOfMemory("encoder frame");
+                          }
+                          if (deep || keepsAlpha) {
+                              FromWorkingFrame(slot.workResult, slot.result);
+                              BorrowRgba(slot.borrowed.get(), slot.result);
+                          } else {
+                              BorrowWorking8(slot.borrowed.get(), slot.workResult);
+                          }
+                          const int r = sws_scale_frame(fromRgba.get(), slot.encoded.get(),
+                                                        slot.borrowed.get());
+                          av_frame_unref(slot.borrowed.get());
+                          if (r < 0) {
+                              throw QuillonError(ExitCode::OutputFailed,
+                                                 "cannot convert frame " +
+                                                     std::to_string(index + 1) + ": " + AvError(r));
+                          }
+                          return true;
+                      }});
+    stages.push_back({"encode", 1, [&](int64_t index, size_t s) {
+                          VideoSlot& slot = slots[s];
+                          writeAudio(slot.audio);
+                          int64_t pts = slot.pts;
+                          if (pts == AV_NOPTS_VALUE) {
+                              pts = lastPts == AV_NOPTS_VALUE ? 0 : lastPts + 1;
+                          } else {
+                              pts = av_rescale_q(pts, d.stream->time_base, enc->time_base);
+                          }
+                          if (lastPts != AV_NOPTS_VALUE && pts <= lastPts) {
+                              pts = lastPts + 1;
+                          }
+                          lastPts = pts;
+                          slot.encoded->pts = pts;
+                          slot.encoded->pict_type = AV_PICTURE_TYPE_NONE;
+                          const int r = avcodec_send_frame(enc.get(), slot.encoded.get());
+                          if (r < 0) {
+                              throw QuillonError(ExitCode::OutputFailed,
+                                                 "encoding frame " + std::to_string(index + 1) +
+                                                     " failed: " + AvError(r));
+                          }
+                          drainEncoder();
+                          return true;
+                      }});
+
+    FramePipeline pipeline(std::move(stages), slotCount, threads);
+    PipelineReport report;
+    try {
+        pipeline.Run(
+            -1,
+            [&](int64_t index) {
+                if (progress) {
+                    progress(index + 1);
+                }
+            },
+            report);
+    } catch (...) {
+        timings.framesEncoded = report.frames;
+        throw;
+    }
+    timings.framesEncoded = report.frames;
+    timings.decode = report.busySeconds[0];
+    timings.convertIn = report.busySeconds[1];
+    timings.engine = report.busySeconds[2];
+    timings.convertOut = report.busySeconds[3];
+    timings.encode = report.busySeconds[4];
+
+    // The rest of the audio, the encoder's delayed frames and the trailer.
+    const auto t0 = Clock::now();
+    while (!decoderFlushed) {
         rc = av_read_frame(in, packet.get());
-        timings.decode += SecondsSince(t0);
-        if (rc == AVERROR_EOF) {
+        if (rc < 0) {
             break;
         }
-        if (rc < 0) {
-            throw QuillonError(ExitCode::CorruptInput,
-                               "cannot read '" + input.string() + "': " + AvError(rc));
-        }
-        if (packet->stream_index == d.videoIndex) {
-            t0 = Clock::now();
-            rc = avcodec_send_packet(d.codec.get(), packet.get());
-            timings.decode += SecondsSince(t0);
-            av_packet_unref(packet.get());
-            if (rc < 0 && rc != AVERROR(EAGAIN)) {
-                throw QuillonError(ExitCode::CorruptInput,
-                                   "cannot decode '" + input.string() + "': " + AvError(rc));
-            }
-            drainDecoder();
-        } else if (auto it = audioMap.find(packet->stream_index); it != audioMap.end()) {
-            t0 = Clock::now();
+        if (auto it = audioMap.find(packet->stream_index); it != audioMap.end()) {
             AVStream* ist = in->streams[packet->stream_index];
             av_packet_rescale_ts(packet.get(), ist->time_base, it->second->time_base);
             packet->stream_index = it->second->index;
             packet->pos = -1;
-            const int w = av_interleaved_write_frame(out.get(), packet.get());
-            timings.encode += SecondsSince(t0);
-            if (w < 0) {
-                throw QuillonError(ExitCode::OutputFailed,
-                                   "cannot write '" + outName + "': " + AvError(w));
-            }
+            PacketPtr kept = NewPacket();
+            av_packet_move_ref(kept.get(), packet.get());
+            pendingAudio.push_back(std::move(kept));
         } else {
             av_packet_unref(packet.get());
         }
     }
-    rc = avcodec_send_packet(d.codec.get(), nullptr);
-    if (rc >= 0) {
-        drainDecoder();
-    }
-    const auto t0 = Clock::now();
+    writeAudio(pendingAudio);
     rc = avcodec_send_frame(enc.get(), nullptr);
     if (rc >= 0) {
         drainEncoder();
@@ -666,11 +901,10 @@ int64_t TranscodeVideo(const fs::path& input, const fs::path& output, uint32_t d
         }
     }
     timings.encode += SecondsSince(t0);
-    if (framesWritten == 0) {
-        throw QuillonError(ExitCode::CorruptInput,
-                           "'" + input.string() + "' has no decodable frame");
+    if (report.frames == 0) {
+        throw QuillonError(ExitCode::CorruptInput, "'" + inName + "' has no decodable frame");
     }
-    return framesWritten;
+    return report.frames;
 }
 
 }  // namespace quillon
