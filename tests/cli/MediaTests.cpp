@@ -2,7 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
+#include <string>
+#include <vector>
 
 #include "Reference.h"
 #include "ToolRunner.h"
@@ -103,6 +107,122 @@ TEST(Video, DeepSourceStaysDeep) {
     EXPECT_NE(after.find("\ncodec_name=prores\n"), std::string::npos) << after;
     EXPECT_NE(after.find("le\n"), std::string::npos) << "a deep pixel format: " << after;
 }
+
+// ------------------------------------------------------------------ colour
+
+struct ColourTags {
+    std::string matrix;  // ffprobe's color_space, "unknown" when untagged
+    std::string primaries;
+    std::string transfer;
+    std::string range;
+    int height = 0;
+};
+
+std::string Field(const std::string& text, const std::string& key) {
+    const size_t at = text.find("\n" + key + "=");
+    if (at == std::string::npos) {
+        return "";
+    }
+    const size_t begin = at + key.size() + 2;
+    return text.substr(begin, text.find('\n', begin) - begin);
+}
+
+ColourTags ReadTags(const std::string& path) {
+    const std::string text =
+        "\n" + RunProgram({"ffprobe", "-v", "error", "-select_streams", "v:0", "-show_entries",
+                           "stream=color_space,color_primaries,color_transfer,color_range,height",
+                           "-of", "default=nw=1", path});
+    return {Field(text, "color_space"), Field(text, "color_primaries"),
+            Field(text, "color_transfer"), Field(text, "color_range"),
+            std::stoi(Field(text, "height"))};
+}
+
+// The picture as a player shows it: the tagged matrix and range, or for an
+// untagged file BT.601 below 720 rows and BT.709 from 720 rows, limited
+// range; then averaged down to 64x36 so that areas, not edges, are compared.
+std::vector<uint8_t> AsPlayed(const std::string& path) {
+    const ColourTags tags = ReadTags(path);
+    std::string matrix = tags.matrix;
+    if (matrix == "unknown" || matrix.empty()) {
+        matrix = tags.height < 720 ? "bt601" : "bt709";
+    } else if (matrix == "smpte170m" || matrix == "bt470bg") {
+        matrix = "bt601";
+    }
+    const std::string range = tags.range == "pc" ? "pc" : "tv";
+    const std::string out =
+        RunProgram({"ffmpeg", "-v", "error", "-i", path, "-frames:v", "1", "-vf",
+                    "scale=in_color_matrix=" + matrix + ":in_range=" + range +
+                        ":out_range=pc:flags=bilinear+accurate_rnd+full_chroma_int,"
+                        "format=rgb24,scale=64:36:flags=area",
+                    "-f", "rawvideo", "-"});
+    return {out.begin(), out.end()};
+}
+
+double MeanDifference(const std::vector<uint8_t>& a, const std::vector<uint8_t>& b) {
+    if (a.size() != b.size() || a.empty()) {
+        return 1e9;
+    }
+    double sum = 0;
+    for (size_t i = 0; i < a.size(); ++i) {
+        sum += std::abs(static_cast<int>(a[i]) - static_cast<int>(b[i]));
+    }
+    return sum / static_cast<double>(a.size());
+}
+
+struct ColourCase {
+    const char* name;
+    const char* pattern;  // lavfi source
+    const char* codec;
+    const char* pixFmt;
+    const char* extension;
+    const char* colorspace;    // --colorspace
+    const char* outputMatrix;  // expected tag
+};
+
+class Colour : public ::testing::TestWithParam<ColourCase> {};
+
+// An untagged SD clip enlarged to HD looks the same in a player before and
+// after, and the output carries its tags.
+TEST_P(Colour, EnlargedSdClipPlaysWithTheSourcesColours) {
+    const ColourCase& c = GetParam();
+    TempDir dir;
+    const std::string in = dir / (std::string("sd") + c.extension);
+    const std::string out = dir / (std::string("hd") + c.extension);
+    RunProgram({"ffmpeg", "-v", "error", "-f", "lavfi", "-i",
+                std::string(c.pattern) + "=size=720x480:rate=24", "-frames:v", "2", "-c:v", c.codec,
+                "-pix_fmt", c.pixFmt, in});
+    ASSERT_EQ(ReadTags(in).matrix, "unknown") << "the source must be untagged";
+    const ToolResult r =
+        RunQuillon({"upscale", in, out, "--size", "1920x1080", "--filter", "draft", "--sharpness",
+                    "0", "--anti-aliasing", "0", "--colorspace", c.colorspace, "--json", "-q"});
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const ColourTags tags = ReadTags(out);
+    if (std::string(c.extension) == ".mp4") {
+        // (The ProRes decoder reports its own header, not the container's tags.)
+        EXPECT_EQ(tags.matrix, c.outputMatrix);
+        EXPECT_EQ(tags.range, "tv");
+        EXPECT_NE(tags.primaries, "unknown");
+        EXPECT_NE(tags.transfer, "unknown");
+    }
+    EXPECT_NE(r.outText().find(std::string("\"output_colour\":\"") + c.outputMatrix),
+              std::string::npos)
+        << r.outText();
+    const double difference = MeanDifference(AsPlayed(in), AsPlayed(out));
+    RecordProperty("mean_difference", std::to_string(difference));
+    std::printf("colour %s: mean difference %.3f levels\n", c.name, difference);
+    EXPECT_LE(difference, 2.0) << c.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Clips, Colour,
+                         ::testing::Values(ColourCase{"h264", "smptebars", "libx264", "yuv420p",
+                                                      ".mp4", "bt709", "bt709"},
+                                           ColourCase{"h264_testsrc2", "testsrc2", "libx264",
+                                                      "yuv420p", ".mp4", "bt709", "bt709"},
+                                           ColourCase{"prores422_10bit", "smptebars", "prores_ks",
+                                                      "yuv422p10le", ".mov", "bt709", "bt709"},
+                                           ColourCase{"h264_keep", "smptebars", "libx264",
+                                                      "yuv420p", ".mp4", "keep", "smpte170m"}),
+                         [](const auto& p) { return std::string(p.param.name); });
 
 // Frames as ffmpeg's rawvideo muxer writes them: bgra, or rgba64le.
 std::vector<uint8_t> Raw(const Picture& p) {

@@ -17,6 +17,7 @@
 #include "SequencePattern.h"
 #include "TargetSize.h"
 #include "ToolRunner.h"
+#include "VideoIO.h"
 #include "engine/Engine.h"
 
 namespace quillon {
@@ -165,6 +166,44 @@ TEST(SafeOutput, OnlyACommittedOutputAppears) {
               ExitCode::Ok);
     EXPECT_TRUE(fs::is_directory(dir.path() / "missing" / "deeper"));
     EXPECT_EQ(CodeOf([&] { SafeOutput(final / "o.png"); }), ExitCode::OutputFailed);
+}
+
+// Untagged sources are taken as players take them; SD colour moves to
+// BT.709 only for HD targets and only unless kept.
+TEST(VideoColour, UntaggedDefaultsAndTheHdConversion) {
+    const auto sd = SourceColour(AVCOL_SPC_UNSPECIFIED, AVCOL_PRI_UNSPECIFIED,
+                                 AVCOL_TRC_UNSPECIFIED, AVCOL_RANGE_UNSPECIFIED, 480, true);
+    EXPECT_EQ(sd.matrix, AVCOL_SPC_SMPTE170M);
+    EXPECT_EQ(sd.primaries, AVCOL_PRI_SMPTE170M);
+    EXPECT_EQ(sd.range, AVCOL_RANGE_MPEG);
+    EXPECT_EQ(SourceColour(AVCOL_SPC_UNSPECIFIED, AVCOL_PRI_UNSPECIFIED, AVCOL_TRC_UNSPECIFIED,
+                           AVCOL_RANGE_UNSPECIFIED, 576, true)
+                  .primaries,
+              AVCOL_PRI_BT470BG);
+    for (const int rows : {719, 720, 1080}) {
+        const auto c = SourceColour(AVCOL_SPC_UNSPECIFIED, AVCOL_PRI_UNSPECIFIED,
+                                    AVCOL_TRC_UNSPECIFIED, AVCOL_RANGE_UNSPECIFIED, rows, true);
+        EXPECT_EQ(c.matrix, rows >= 720 ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M) << rows;
+    }
+    // Tags as read are kept; full range stays full.
+    const auto tagged = SourceColour(AVCOL_SPC_BT470BG, AVCOL_PRI_BT709, AVCOL_TRC_BT709,
+                                     AVCOL_RANGE_JPEG, 1080, true);
+    EXPECT_EQ(tagged.matrix, AVCOL_SPC_BT470BG);
+    EXPECT_EQ(tagged.range, AVCOL_RANGE_JPEG);
+    const auto rgb = SourceColour(AVCOL_SPC_UNSPECIFIED, AVCOL_PRI_UNSPECIFIED,
+                                  AVCOL_TRC_UNSPECIFIED, AVCOL_RANGE_UNSPECIFIED, 480, false);
+    EXPECT_EQ(rgb.matrix, AVCOL_SPC_RGB);
+    EXPECT_EQ(rgb.range, AVCOL_RANGE_JPEG);
+
+    EXPECT_EQ(OutputColour(sd, 1080, ColourConversion::Bt709, true).matrix, AVCOL_SPC_BT709);
+    EXPECT_EQ(OutputColour(sd, 1080, ColourConversion::Bt709, true).primaries, AVCOL_PRI_BT709);
+    EXPECT_EQ(OutputColour(sd, 719, ColourConversion::Bt709, true).matrix, AVCOL_SPC_SMPTE170M);
+    EXPECT_EQ(OutputColour(sd, 2160, ColourConversion::Keep, true).matrix, AVCOL_SPC_SMPTE170M);
+    EXPECT_EQ(OutputColour(sd, 2160, ColourConversion::Bt709, false).matrix, AVCOL_SPC_RGB);
+    EXPECT_EQ(OutputColour(rgb, 1080, ColourConversion::Keep, true).matrix, AVCOL_SPC_BT709);
+    EXPECT_EQ(OutputColour(rgb, 1080, ColourConversion::Keep, true).range, AVCOL_RANGE_MPEG);
+    EXPECT_EQ(DescribeColour(OutputColour(sd, 1080, ColourConversion::Bt709, true)),
+              "bt709/bt709/bt709/tv");
 }
 
 TEST(Progress, BarAndJsonSummary) {
