@@ -31,7 +31,7 @@ std::string Quote(const std::string& s) {
 }  // namespace
 
 ToolResult RunQuillon(const std::vector<std::string>& args, const std::vector<uint8_t>& stdinData,
-                      size_t chunkSize) {
+                      size_t chunkSize, const std::string& shellPrefix) {
     // Sanitizer builds: the leak checker ignores third-party leaks listed here.
     const char* lsan = std::getenv("LSAN_OPTIONS");
     const std::string lsanValue = (lsan != nullptr ? std::string(lsan) + ":" : "") +
@@ -41,7 +41,7 @@ ToolResult RunQuillon(const std::vector<std::string>& args, const std::vector<ui
 
     // Output goes to files, so the child never waits for us while we feed it.
     const TempDir streams;
-    std::string command = Quote(QUILLON_EXE);
+    std::string command = shellPrefix + Quote(QUILLON_EXE);
     for (const std::string& a : args) {
         command += " " + Quote(a);
     }

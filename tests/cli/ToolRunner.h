@@ -18,8 +18,11 @@ struct ToolResult {
 
 // Runs quillon with args. stdinData is written in chunks of chunkSize bytes
 // (a producer like ffmpeg's rawvideo writer), then standard input is closed.
+// shellPrefix goes before the command in the shell line ("ulimit -f 100; ",
+// "exec timeout -s TERM 2 ").
 ToolResult RunQuillon(const std::vector<std::string>& args,
-                      const std::vector<uint8_t>& stdinData = {}, size_t chunkSize = 65536);
+                      const std::vector<uint8_t>& stdinData = {}, size_t chunkSize = 65536,
+                      const std::string& shellPrefix = "");
 
 // Runs a program (ffmpeg, ffprobe) and returns its standard output.
 std::string RunProgram(const std::vector<std::string>& command);

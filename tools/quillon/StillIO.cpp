@@ -1,14 +1,18 @@
 #include "StillIO.h"
 
+#include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/imageio.h>
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 #include <algorithm>
 #include <cctype>
 #include <fstream>
+#include <mutex>
 #include <system_error>
 #include <vector>
 
@@ -80,9 +84,15 @@ void ExpandToRgba(const std::vector<T>& packed, int channels, size_t pixelCount,
 // Image libraries print their own diagnostics on standard error (libpng
 // does); quillon reports failures in one line of its own, so they are muted
 // while a file is read or written.
+// Files are read and written on several threads at once: the first thread
+// in saves and mutes standard error, the last one out restores it.
 class SilencedStderr {
 public:
     SilencedStderr() {
+        const std::lock_guard lock(mutex_);
+        if (users_++ > 0) {
+            return;
+        }
         std::fflush(stderr);
         saved_ = ::dup(STDERR_FILENO);
         const int null = ::open("/dev/null", O_WRONLY);
@@ -94,18 +104,52 @@ public:
         }
     }
     ~SilencedStderr() {
-        if (saved_ >= 0) {
-            std::fflush(stderr);
-            ::dup2(saved_, STDERR_FILENO);
-            ::close(saved_);
+        const std::lock_guard lock(mutex_);
+        if (--users_ > 0 || saved_ < 0) {
+            return;
         }
+        std::fflush(stderr);
+        ::dup2(saved_, STDERR_FILENO);
+        ::close(saved_);
+        saved_ = -1;
     }
     SilencedStderr(const SilencedStderr&) = delete;
     SilencedStderr& operator=(const SilencedStderr&) = delete;
 
 private:
-    int saved_ = -1;
+    static inline std::mutex mutex_;
+    static inline int users_ = 0;
+    static inline int saved_ = -1;
 };
+
+// Writes all of bytes to a new file at path, checking every step: image
+// writers do not all notice a short write (a full disk, a file size limit).
+void WriteWholeFile(const fs::path& path, const std::vector<unsigned char>& bytes,
+                    const std::string& shownName) {
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (fd < 0) {
+        throw QuillonError(ExitCode::OutputFailed,
+                           "cannot write '" + shownName + "': " + std::strerror(errno));
+    }
+    size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
+        if (n <= 0) {
+            const int error = n < 0 ? errno : ENOSPC;
+            ::close(fd);
+            throw QuillonError(ExitCode::OutputFailed,
+                               "cannot write '" + shownName + "': " + std::strerror(error));
+        }
+        done += static_cast<size_t>(n);
+    }
+    if (::close(fd) != 0) {
+        throw QuillonError(ExitCode::OutputFailed,
+                           "cannot write '" + shownName + "': " + std::strerror(errno));
+    }
+}
 
 // libpng's row filter flags, as OpenImageIO's "png:filter" takes them.
 constexpr int kPngFilterNone = 0x08;
@@ -266,9 +310,14 @@ void WriteStill(const fs::path& path, const RgbaImage& image, bool keepAlpha,
     }
     SetCompression(spec, ext, compression);
     SilencedStderr quiet;
+    // Encoded in memory where the writer allows it, then written with every
+    // write checked; otherwise written directly and read back in full.
+    std::vector<unsigned char> encoded;
+    OIIO::Filesystem::IOVecOutput memory(encoded);
+    const bool inMemory = output->supports("ioproxy") && output->set_ioproxy(&memory);
     if (!output->open(path.string(), spec)) {
         throw QuillonError(ExitCode::OutputFailed,
-                           "cannot write '" + path.string() + "': " + OneLine(output->geterror()));
+                           "cannot write '" + named.string() + "': " + OneLine(output->geterror()));
     }
     const OIIO::TypeDesc memoryType =
         image.bits == 8 ? OIIO::TypeDesc::UINT8 : OIIO::TypeDesc::UINT16;
@@ -279,7 +328,18 @@ void WriteStill(const fs::path& path, const RgbaImage& image, bool keepAlpha,
     const bool closed = output->close();
     if (!ok || !closed) {
         throw QuillonError(ExitCode::OutputFailed,
-                           "cannot write '" + path.string() + "': " + OneLine(output->geterror()));
+                           "cannot write '" + named.string() + "': " + OneLine(output->geterror()));
+    }
+    if (inMemory) {
+        WriteWholeFile(path, encoded, named.string());
+        return;
+    }
+    auto check = OIIO::ImageInput::open(path.string());
+    std::vector<uint8_t> pixels(image.PixelCount() * static_cast<size_t>(channels));
+    if (!check || !check->read_image(0, 0, 0, channels, OIIO::TypeDesc::UINT8, pixels.data())) {
+        (void)OIIO::geterror();
+        throw QuillonError(ExitCode::OutputFailed,
+                           "cannot write '" + path.string() + "': the file is incomplete");
     }
 }
 

@@ -243,14 +243,19 @@ void RunSequence(const UpscaleOptions& o) {
                           FromWorkingFrame(slots[slot].workResult, slots[slot].result);
                           return true;
                       }});
-    stages.push_back({"write", writers, [&](int64_t index, size_t slot) {
-                          SafeOutput output(outPattern->Format(frames[index]));
-                          WriteStill(output.temporary(), slots[slot].result,
-                                     slots[slot].source.hasAlpha, output.destination(),
-                                     o.compression);
-                          output.Commit();
-                          return true;
-                      }});
+    stages.push_back(
+        {"write", writers, [&](int64_t index, size_t slot) {
+             const std::string name = outPattern->Format(frames[index]);
+             try {
+                 SafeOutput output(name);
+                 WriteStill(output.temporary(), slots[slot].result, slots[slot].source.hasAlpha,
+                            output.destination(), o.compression);
+                 output.Commit();
+             } catch (const QuillonError& e) {
+                 throw QuillonError(e.code(), "frame '" + name + "' was not written: " + e.what());
+             }
+             return true;
+         }});
     FramePipeline pipeline(std::move(stages), slots.size(), threads);
     PipelineReport report;
     try {
