@@ -1,24 +1,55 @@
 #!/usr/bin/env bash
-# Installs the Debian packages the build, the tools, the tests and the
-# benchmarks need. Safe to run again: it only calls apt-get for what is
-# missing.
+# Installs the Debian packages a task needs. Safe to run again: it only calls
+# apt-get for what is missing.
+#
+#   bash scripts/install-deps.sh [GROUP...]
+#
+# Groups:
+#   demo     the quillon tool and the demo: compiler, CMake, Ninja, CLI11,
+#            OpenImageIO, FFmpeg's libraries
+#   test     everything the test suites and benchmarks use besides (GoogleTest,
+#            Google Benchmark, libpng, the benchmark peers, the ffmpeg and
+#            OpenImageIO programs, clang-format, clang and libFuzzer)
+#   windows  the Windows plug-in: MinGW-w64 cross compiler and Wine
+#   all      every group (the default)
 set -euo pipefail
 
-packages=(
-    # build
-    cmake ninja-build g++ pkg-config clang-format
-    # tests and benchmarks
+demo=(
+    cmake ninja-build g++ pkg-config
+    libcli11-dev libopenimageio-dev
+    libavformat-dev libavcodec-dev libswscale-dev libavutil-dev
+)
+test=(
+    clang-format
     libgtest-dev libgmock-dev libbenchmark-dev libpng-dev
     # benchmark peers
     libopencv-dev libzimg-dev
-    # the quillon command-line tool
-    libcli11-dev libopenimageio-dev openimageio-tools
-    libavformat-dev libavcodec-dev libswscale-dev libavutil-dev ffmpeg
+    # programs the tool's tests make and probe media with
+    openimageio-tools ffmpeg
     # fuzzing: clang with its libFuzzer and sanitizer runtimes
     clang-14 libclang-rt-14-dev
-    # the Windows plug-in: cross build and Wine
+)
+windows=(
     g++-mingw-w64-x86-64 mingw-w64-tools binutils-mingw-w64-x86-64 wine64
 )
+
+groups=("$@")
+if [ ${#groups[@]} -eq 0 ]; then
+    groups=(all)
+fi
+packages=()
+for group in "${groups[@]}"; do
+    case "$group" in
+        demo) packages+=("${demo[@]}") ;;
+        test) packages+=("${demo[@]}" "${test[@]}") ;;
+        windows) packages+=("${demo[@]}" "${windows[@]}") ;;
+        all) packages+=("${demo[@]}" "${test[@]}" "${windows[@]}") ;;
+        *)
+            echo "install-deps.sh: unknown group '$group' (demo, test, windows or all)" >&2
+            exit 2
+            ;;
+    esac
+done
 
 missing=()
 for p in "${packages[@]}"; do

@@ -229,5 +229,40 @@ TEST(Options, BitratesKernelsAndCompareCrop) {
     EXPECT_EQ(ChooseCrop(640, 360, 960, 540, 5u, 5u).x, 0u) << "clamped to fit";
 }
 
+// A flat picture with one textured patch: the crop covers the patch, at 8
+// and 16 bits, wherever the patch sits.
+TEST(Compare, DetailedCropGoesToTheTexture) {
+    for (const int bits : {8, 16}) {
+        for (const auto& [px, py] :
+             {std::pair{10u, 12u}, std::pair{250u, 130u}, std::pair{0u, 140u}}) {
+            RgbaImage source;
+            source.Allocate(320, 180, bits);
+            for (uint32_t y = 0; y < 180; ++y) {
+                for (uint32_t x = 0; x < 320; ++x) {
+                    const bool patch = x >= px && x < px + 40 && y >= py && y < py + 30;
+                    const uint32_t v = patch && ((x / 2 + y / 3) % 2 != 0) ? 230 : 90;
+                    for (uint32_t c = 0; c < 4; ++c) {
+                        const size_t i = (size_t{y} * 320 + x) * 4 + c;
+                        if (bits == 8) {
+                            source.pixels8[i] = static_cast<uint8_t>(c == 3 ? 255 : v);
+                        } else {
+                            source.pixels16[i] = static_cast<uint16_t>((c == 3 ? 255 : v) * 257);
+                        }
+                    }
+                }
+            }
+            // 4x enlargement; the 320x180 crop covers 80x45 source pixels.
+            const CropRect crop = ChooseDetailedCrop(source, 1280, 720, 320, 180);
+            EXPECT_EQ(crop.width, 320u);
+            EXPECT_LE(crop.x, px * 4) << bits << " " << px;
+            EXPECT_GE(crop.x + crop.width, (px + 40) * 4) << bits << " " << px;
+            EXPECT_LE(crop.y, py * 4) << bits << " " << py;
+            EXPECT_GE(crop.y + crop.height, (py + 30) * 4) << bits << " " << py;
+            EXPECT_LE(crop.x + crop.width, 1280u);
+            EXPECT_LE(crop.y + crop.height, 720u);
+        }
+    }
+}
+
 }  // namespace
 }  // namespace quillon

@@ -1,6 +1,8 @@
 #include "Compare.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <vector>
 
 namespace quillon {
 
@@ -11,6 +13,71 @@ CropRect ChooseCrop(uint32_t tw, uint32_t th, uint32_t cw, uint32_t ch, std::opt
     crop.height = std::min(ch == 0 ? 540u : ch, th);
     crop.x = x ? std::min(*x, tw - crop.width) : (tw - crop.width) / 2;
     crop.y = y ? std::min(*y, th - crop.height) : (th - crop.height) / 2;
+    return crop;
+}
+
+namespace {
+constexpr int32_t kGrain = 12;
+}  // namespace
+
+CropRect ChooseDetailedCrop(const RgbaImage& source, uint32_t tw, uint32_t th, uint32_t cw,
+                            uint32_t ch) {
+    CropRect crop = ChooseCrop(tw, th, cw, ch, 0u, 0u);
+    const uint32_t sw = source.width;
+    const uint32_t sh = source.height;
+    if (sw < 2 || sh < 2 || (crop.width == tw && crop.height == th)) {
+        return crop;
+    }
+    // Luminance (Rec. 601 weights, 8-bit scale) and its local contrast.
+    std::vector<int32_t> luma(size_t{sw} * sh);
+    for (size_t i = 0; i < luma.size(); ++i) {
+        int32_t rgb[3];
+        for (int c = 0; c < 3; ++c) {
+            rgb[c] =
+                source.bits == 16 ? source.pixels16[i * 4 + c] / 257 : source.pixels8[i * 4 + c];
+        }
+        luma[i] = (rgb[0] * 299 + rgb[1] * 587 + rgb[2] * 114) / 1000;
+    }
+    // Summed-area table of the contrast, one extra row and column of zeros.
+    std::vector<int64_t> sums(size_t{sw + 1} * (sh + 1), 0);
+    for (uint32_t y = 0; y < sh; ++y) {
+        int64_t row = 0;
+        for (uint32_t x = 0; x < sw; ++x) {
+            const int32_t v = luma[size_t{y} * sw + x];
+            const int32_t right = x + 1 < sw ? luma[size_t{y} * sw + x + 1] : v;
+            const int32_t below = y + 1 < sh ? luma[size_t{y + 1} * sw + x] : v;
+            // Steps below kGrain levels are grain, not edges.
+            row += std::max(0, std::abs(v - right) - kGrain) +
+                   std::max(0, std::abs(v - below) - kGrain);
+            sums[size_t{y + 1} * (sw + 1) + x + 1] = sums[size_t{y} * (sw + 1) + x + 1] + row;
+        }
+    }
+    // The crop's footprint in the source, slid in steps of an eighth of it.
+    const auto footprintW =
+        std::max<uint32_t>(1, static_cast<uint32_t>(uint64_t{crop.width} * sw / tw));
+    const auto footprintH =
+        std::max<uint32_t>(1, static_cast<uint32_t>(uint64_t{crop.height} * sh / th));
+    const uint32_t stepX = std::max<uint32_t>(1, footprintW / 8);
+    const uint32_t stepY = std::max<uint32_t>(1, footprintH / 8);
+    int64_t best = -1;
+    uint32_t bestX = 0;
+    uint32_t bestY = 0;
+    for (uint32_t y = 0; y + footprintH <= sh; y += stepY) {
+        for (uint32_t x = 0; x + footprintW <= sw; x += stepX) {
+            const auto at = [&](uint32_t px, uint32_t py) {
+                return sums[size_t{py} * (sw + 1) + px];
+            };
+            const int64_t total = at(x + footprintW, y + footprintH) - at(x, y + footprintH) -
+                                  at(x + footprintW, y) + at(x, y);
+            if (total > best) {
+                best = total;
+                bestX = x;
+                bestY = y;
+            }
+        }
+    }
+    crop.x = std::min(static_cast<uint32_t>(uint64_t{bestX} * tw / sw), tw - crop.width);
+    crop.y = std::min(static_cast<uint32_t>(uint64_t{bestY} * th / sh), th - crop.height);
     return crop;
 }
 

@@ -25,6 +25,13 @@ inline constexpr uint32_t kCompareGap = 8;
 CropRect ChooseCrop(uint32_t targetWidth, uint32_t targetHeight, uint32_t cropWidth,
                     uint32_t cropHeight, std::optional<uint32_t> x, std::optional<uint32_t> y);
 
+// Where the picture shows most: the crop of the requested size (clamped to
+// the target) whose source region has the most edges: the sum, over its
+// pixels, of the luminance steps to the right and below neighbours beyond 12
+// levels (smaller steps are grain). Ties go to the top-left-most position.
+CropRect ChooseDetailedCrop(const RgbaImage& source, uint32_t targetWidth, uint32_t targetHeight,
+                            uint32_t cropWidth, uint32_t cropHeight);
+
 // Target pixel (tx, ty) maps to source pixel floor((t + 0.5) * source / target).
 uint32_t NearestSource(uint32_t target, uint32_t sourceSize, uint32_t targetSize);
 

@@ -203,8 +203,9 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, ParsedCom
         "Also write a side-by-side crop (nearest neighbour | quillon) as PNG (stills)");
     upscale->add_option("--compare-crop", compareCrop,
                         "Size WxH of the compared crop (default 960x540)");
-    upscale->add_option("--compare-at", compareAt,
-                        "Top-left corner X,Y of the crop (default: centred)");
+    upscale->add_option(
+        "--compare-at", compareAt,
+        "Top-left corner X,Y of the crop (default: where the picture has most detail)");
 
     PipeOptions& pipe = parsed.pipe;
     RawCommon pipeRaw;

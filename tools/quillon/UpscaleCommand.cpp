@@ -96,8 +96,11 @@ void Report(const UpscaleOptions& o, const RunSummary& summary) {
 
 void WriteComparison(const UpscaleOptions& o, const RgbaImage& source, const RgbaImage& result) {
     const SizeSpec crop = o.compareCrop.value_or(SizeSpec{960u, 540u});
-    const CropRect rect =
-        ChooseCrop(result.width, result.height, *crop.width, *crop.height, o.compareX, o.compareY);
+    // Without a corner the crop goes where the picture has most detail.
+    const CropRect rect = o.compareX ? ChooseCrop(result.width, result.height, *crop.width,
+                                                  *crop.height, o.compareX, o.compareY)
+                                     : ChooseDetailedCrop(source, result.width, result.height,
+                                                          *crop.width, *crop.height);
     const RgbaImage comparison = BuildComparison(source, result, rect);
     CheckDestination(o.input, o.compare, o.force);
     SafeOutput out(o.compare);
