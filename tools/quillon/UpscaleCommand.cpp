@@ -59,6 +59,12 @@ struct SequenceSlot {
     RgbaImage result;
 };
 
+// A signal also cuts short the reads and writes under way (they fail with
+// EINTR): once one has arrived, a failure is reported as the interruption.
+QuillonError AsInterruption(const QuillonError& e) {
+    return InterruptRequested() ? QuillonError(ExitCode::Interrupted, "interrupted") : e;
+}
+
 // Threads the run may keep busy at once: --threads, else the machine's.
 int RunThreads(int requested) {
     if (requested > 0) {
@@ -266,10 +272,11 @@ void RunSequence(const UpscaleOptions& o) {
             static_cast<int64_t>(frames.size()), [&](int64_t) { progress.Update(++done); }, report);
     } catch (const QuillonError& e) {
         progress.Finish();
-        throw QuillonError(e.code(), std::string(e.what()) + "; frames complete: " +
-                                         DescribeFrames(report.completed, [&](int64_t index) {
-                                             return frames[index];
-                                         }));
+        const QuillonError cause = AsInterruption(e);
+        throw QuillonError(cause.code(), std::string(cause.what()) + "; frames complete: " +
+                                             DescribeFrames(report.completed, [&](int64_t index) {
+                                                 return frames[index];
+                                             }));
     }
     progress.Finish();
 
@@ -325,9 +332,11 @@ void RunVideo(const UpscaleOptions& o) {
         progress.Finish();
         // The temporary file is removed as the output unwinds: nothing
         // appears under the final name.
-        throw QuillonError(e.code(),
-                           std::string(e.what()) + "; " + std::to_string(videoTimes.framesEncoded) +
-                               " frames were encoded, '" + o.output + "' was not written");
+        const QuillonError cause = AsInterruption(e);
+        throw QuillonError(cause.code(), std::string(cause.what()) + "; " +
+                                             std::to_string(videoTimes.framesEncoded) +
+                                             " frames were encoded, '" + o.output +
+                                             "' was not written");
     }
     progress.Finish();
 
