@@ -48,9 +48,6 @@ void AddCommon(CLI::App* app, CommonOptions& o, RawCommon& raw) {
         ->capture_default_str();
     app->add_flag("-q,--quiet", o.quiet, "No progress bar and no result line");
     app->add_flag("--json", o.json, "Print a JSON summary of the run");
-    app->add_option("--threads", o.threads,
-                    "Threads busy at once over the whole run (default: the machine's)")
-        ->check(CLI::Range(1, 1024));
 }
 
 std::optional<SizeSpec> FullSize(const std::string& text) {
@@ -155,7 +152,9 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, ParsedCom
     app.add_option("--cpu", parsed.execution.cpu,
                    "Highest instruction-set level: scalar, sse2, avx2 or avx512")
         ->check(CLI::IsMember({"scalar", "sse2", "avx2", "avx512"}));
-    app.add_option("--threads", parsed.execution.threads, "Threads a frame is split over (1..256)")
+    app.add_option("--threads", parsed.execution.threads,
+                   "Threads of the run (1..256): the engine splits a frame over them, and "
+                   "sequences and video keep as many stages busy at once")
         ->check(CLI::Range(1, 256));
 
     UpscaleOptions& up = parsed.upscale;

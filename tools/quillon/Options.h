@@ -26,7 +26,6 @@ struct CommonOptions {
     EffectControls controls;
     bool quiet = false;
     bool json = false;
-    int threads = 0;  // busy threads of the whole run; 0: the machine's hardware threads
 };
 
 struct UpscaleOptions : CommonOptions {

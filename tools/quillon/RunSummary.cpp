@@ -127,7 +127,6 @@ std::string ToJson(const RunSummary& s) {
         j += ",\"source_colour\":" + JsonString(s.sourceColour);
         j += ",\"output_colour\":" + JsonString(s.outputColour);
     }
-    j += ",\"threads\":" + std::to_string(s.threads);
     double busy = 0;
     j += ",\"seconds\":{\"total\":" + Number(s.totalSeconds);
     for (const auto& [name, seconds] : s.stageSeconds) {

@@ -48,7 +48,6 @@ struct RunSummary {
     std::string codec;         // video only
     std::string sourceColour;  // video only: "matrix/primaries/transfer/range"
     std::string outputColour;
-    int threads = 1;  // busy threads allowed at once
     double totalSeconds = 0;
     // Named stages in the order they run: read/decode, convert_in, engine,
     // convert_out, write/encode. Busy seconds, summed over the threads of a

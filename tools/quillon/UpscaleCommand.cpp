@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <set>
-#include <thread>
 #include <vector>
 
 #include "Commands.h"
@@ -18,6 +17,7 @@
 #include "SequencePattern.h"
 #include "StillIO.h"
 #include "VideoIO.h"
+#include "engine/Engine.h"
 
 namespace fs = std::filesystem;
 
@@ -65,12 +65,10 @@ QuillonError AsInterruption(const QuillonError& e) {
     return InterruptRequested() ? QuillonError(ExitCode::Interrupted, "interrupted") : e;
 }
 
-// Threads the run may keep busy at once: --threads, else the machine's.
-int RunThreads(int requested) {
-    if (requested > 0) {
-        return requested;
-    }
-    return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+// Threads the run may keep busy at once: the engine's (--threads,
+// QUILLON_THREADS or the machine's hardware threads).
+int RunThreads() {
+    return std::max(1, static_cast<int>(GetEngineThreads()));
 }
 
 ScaleSettings SettingsFor(const UpscaleOptions& o, uint32_t sw, uint32_t sh, int bits,
@@ -197,7 +195,7 @@ void RunSequence(const UpscaleOptions& o) {
     }
 
     // The first frame decides the size and depth of the run.
-    const int threads = RunThreads(o.threads);
+    const int threads = RunThreads();
     const int readers = std::max(1, threads / 2);
     const int writers = threads;
     const int engines = threads;
@@ -284,7 +282,6 @@ void RunSequence(const UpscaleOptions& o) {
     FillSummary(summary, o, scaler, target);
     summary.kind = "sequence";
     summary.frames = report.frames;
-    summary.threads = threads;
     summary.totalSeconds = SecondsSince(start);
     StageTimes times;
     times.read = report.busySeconds[0] + firstRead;
@@ -309,7 +306,7 @@ void RunVideo(const UpscaleOptions& o) {
     CheckDestination(o.input, o.output, o.force);
     ResolvedSize target;
     VideoEncodeOptions video = o.video;
-    video.threads = RunThreads(o.threads);
+    video.threads = RunThreads();
     video.engineWorkers = video.threads;
     ScalerPool scalers(SettingsFor(o, info.width, info.height, info.bits, target),
                        video.engineWorkers);
@@ -344,7 +341,6 @@ void RunVideo(const UpscaleOptions& o) {
     FillSummary(summary, o, scaler, target);
     summary.kind = "video";
     summary.frames = frames;
-    summary.threads = video.threads;
     summary.codec = video.codec.empty() ? DefaultVideoCodec(o.output, info.bits) : video.codec;
     summary.sourceColour = DescribeColour(videoTimes.sourceColour);
     summary.outputColour = DescribeColour(videoTimes.outputColour);
