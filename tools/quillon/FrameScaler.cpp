@@ -92,33 +92,4 @@ void FrameScaler::Process(const void* source, void* output) {
     }
 }
 
-ScalerPool::ScalerPool(const ScaleSettings& settings, int size) {
-    for (int i = 0; i < std::max(size, 1); ++i) {
-        all_.push_back(std::make_unique<FrameScaler>(settings));
-        free_.push_back(all_.back().get());
-    }
-}
-
-void ScalerPool::Process(const WorkingFrame& source, WorkingFrame& output) {
-    FrameScaler* scaler = nullptr;
-    {
-        std::unique_lock lock(mutex_);
-        released_.wait(lock, [&] { return !free_.empty(); });
-        scaler = free_.back();
-        free_.pop_back();
-    }
-    struct Release {
-        ScalerPool& pool;
-        FrameScaler* scaler;
-        ~Release() {
-            {
-                const std::lock_guard lock(pool.mutex_);
-                pool.free_.push_back(scaler);
-            }
-            pool.released_.notify_one();
-        }
-    } release{*this, scaler};
-    scaler->Process(source, output);
-}
-
 }  // namespace quillon

@@ -198,16 +198,15 @@ void RunSequence(const UpscaleOptions& o) {
     const int threads = RunThreads();
     const int readers = std::max(1, threads / 2);
     const int writers = threads;
-    const int engines = threads;
-    std::vector<SequenceSlot> slots(static_cast<size_t>(readers + engines + writers + 2));
+    // One engine call at a time: the engine splits each frame over the
+    // run's threads itself.
+    std::vector<SequenceSlot> slots(static_cast<size_t>(readers + writers + 3));
     auto t0 = Clock::now();
     slots[0].source = ReadStill(inPattern->Format(frames[0]));
     const double firstRead = SecondsSince(t0);
     ResolvedSize target;
-    ScalerPool scalers(SettingsFor(o, slots[0].source.image.width, slots[0].source.image.height,
-                                   slots[0].source.image.bits, target),
-                       engines);
-    const FrameScaler& scaler = scalers.first();
+    FrameScaler scaler(SettingsFor(o, slots[0].source.image.width, slots[0].source.image.height,
+                                   slots[0].source.image.bits, target));
 
     Progress progress(static_cast<int64_t>(frames.size()),
                       !o.quiet && Progress::StderrIsTerminal());
@@ -236,10 +235,10 @@ void RunSequence(const UpscaleOptions& o) {
                           ToWorkingFrame(slots[slot].source.image, slots[slot].workSource);
                           return true;
                       }});
-    stages.push_back({"engine", engines, [&](int64_t index, size_t slot) {
+    stages.push_back({"engine", 1, [&](int64_t index, size_t slot) {
                           ThrowIfInterrupted();
                           try {
-                              scalers.Process(slots[slot].workSource, slots[slot].workResult);
+                              scaler.Process(slots[slot].workSource, slots[slot].workResult);
                           } catch (const QuillonError& e) {
                               throw QuillonError(e.code(),
                                                  "frame '" + frameName(index) + "': " + e.what());
@@ -307,10 +306,7 @@ void RunVideo(const UpscaleOptions& o) {
     ResolvedSize target;
     VideoEncodeOptions video = o.video;
     video.threads = RunThreads();
-    video.engineWorkers = video.threads;
-    ScalerPool scalers(SettingsFor(o, info.width, info.height, info.bits, target),
-                       video.engineWorkers);
-    const FrameScaler& scaler = scalers.first();
+    FrameScaler scaler(SettingsFor(o, info.width, info.height, info.bits, target));
 
     VideoTimings videoTimes;
     Progress progress(info.frameCount, !o.quiet && Progress::StderrIsTerminal());
@@ -321,7 +317,7 @@ void RunVideo(const UpscaleOptions& o) {
             o.input, output.temporary(), target.width, target.height, video,
             [&](const WorkingFrame& source, WorkingFrame& result) {
                 ThrowIfInterrupted();
-                scalers.Process(source, result);
+                scaler.Process(source, result);
             },
             [&](int64_t done) { progress.Update(done); }, videoTimes);
         output.Commit();
