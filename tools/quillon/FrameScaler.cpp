@@ -92,4 +92,44 @@ void FrameScaler::Process(const void* source, void* output) {
     }
 }
 
+ScalerPool::ScalerPool(const ScaleSettings& settings, int size) {
+    // Each context enlarges its frame on the calling thread alone: frames
+    // side by side keep the threads busier than bands of one frame, whose
+    // threads wait for each other at every pass.
+    const uint32_t threads = GetEngineThreads();
+    SetEngineThreads(1);
+    try {
+        for (int i = 0; i < std::max(size, 1); ++i) {
+            all_.push_back(std::make_unique<FrameScaler>(settings));
+            free_.push_back(all_.back().get());
+        }
+    } catch (...) {
+        SetEngineThreads(threads);
+        throw;
+    }
+    SetEngineThreads(threads);
+}
+
+void ScalerPool::Process(const WorkingFrame& source, WorkingFrame& output) {
+    FrameScaler* scaler = nullptr;
+    {
+        std::unique_lock lock(mutex_);
+        released_.wait(lock, [&] { return !free_.empty(); });
+        scaler = free_.back();
+        free_.pop_back();
+    }
+    struct Release {
+        ScalerPool& pool;
+        FrameScaler* scaler;
+        ~Release() {
+            {
+                const std::lock_guard lock(pool.mutex_);
+                pool.free_.push_back(scaler);
+            }
+            pool.released_.notify_one();
+        }
+    } release{*this, scaler};
+    scaler->Process(source, output);
+}
+
 }  // namespace quillon

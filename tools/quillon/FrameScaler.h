@@ -7,7 +7,11 @@
 
 #include <cstdint>
 
+#include <condition_variable>
+#include <memory>
+#include <mutex>
 #include <optional>
+#include <vector>
 
 #include "EffectControls.h"
 #include "FrameConversion.h"
@@ -66,6 +70,26 @@ private:
     ScaleSettings settings_;
     uint32_t options_ = 0;
     std::optional<ScaleEngine> engine_;
+};
+
+// Several contexts of the same settings, each running on one thread, so that
+// consecutive frames are enlarged side by side (a context serves one frame at
+// a time).
+class ScalerPool {
+public:
+    ScalerPool(const ScaleSettings& settings, int size);
+    ScalerPool(const ScalerPool&) = delete;
+    ScalerPool& operator=(const ScalerPool&) = delete;
+
+    // Enlarges on whichever context is free; waits for one when none is.
+    void Process(const WorkingFrame& source, WorkingFrame& output);
+    const FrameScaler& first() const { return *all_.front(); }
+
+private:
+    std::vector<std::unique_ptr<FrameScaler>> all_;
+    std::vector<FrameScaler*> free_;
+    std::mutex mutex_;
+    std::condition_variable released_;
 };
 
 }  // namespace quillon

@@ -198,15 +198,16 @@ void RunSequence(const UpscaleOptions& o) {
     const int threads = RunThreads();
     const int readers = std::max(1, threads / 2);
     const int writers = threads;
-    // One engine call at a time: the engine splits each frame over the
-    // run's threads itself.
-    std::vector<SequenceSlot> slots(static_cast<size_t>(readers + writers + 3));
+    const int engines = threads;
+    std::vector<SequenceSlot> slots(static_cast<size_t>(readers + engines + writers + 2));
     auto t0 = Clock::now();
     slots[0].source = ReadStill(inPattern->Format(frames[0]));
     const double firstRead = SecondsSince(t0);
     ResolvedSize target;
-    FrameScaler scaler(SettingsFor(o, slots[0].source.image.width, slots[0].source.image.height,
-                                   slots[0].source.image.bits, target));
+    ScalerPool scalers(SettingsFor(o, slots[0].source.image.width, slots[0].source.image.height,
+                                   slots[0].source.image.bits, target),
+                       engines);
+    const FrameScaler& scaler = scalers.first();
 
     Progress progress(static_cast<int64_t>(frames.size()),
                       !o.quiet && Progress::StderrIsTerminal());
@@ -235,10 +236,10 @@ void RunSequence(const UpscaleOptions& o) {
                           ToWorkingFrame(slots[slot].source.image, slots[slot].workSource);
                           return true;
                       }});
-    stages.push_back({"engine", 1, [&](int64_t index, size_t slot) {
+    stages.push_back({"engine", engines, [&](int64_t index, size_t slot) {
                           ThrowIfInterrupted();
                           try {
-                              scaler.Process(slots[slot].workSource, slots[slot].workResult);
+                              scalers.Process(slots[slot].workSource, slots[slot].workResult);
                           } catch (const QuillonError& e) {
                               throw QuillonError(e.code(),
                                                  "frame '" + frameName(index) + "': " + e.what());
@@ -306,7 +307,10 @@ void RunVideo(const UpscaleOptions& o) {
     ResolvedSize target;
     VideoEncodeOptions video = o.video;
     video.threads = RunThreads();
-    FrameScaler scaler(SettingsFor(o, info.width, info.height, info.bits, target));
+    video.engineWorkers = video.threads;
+    ScalerPool scalers(SettingsFor(o, info.width, info.height, info.bits, target),
+                       video.engineWorkers);
+    const FrameScaler& scaler = scalers.first();
 
     VideoTimings videoTimes;
     Progress progress(info.frameCount, !o.quiet && Progress::StderrIsTerminal());
@@ -317,7 +321,7 @@ void RunVideo(const UpscaleOptions& o) {
             o.input, output.temporary(), target.width, target.height, video,
             [&](const WorkingFrame& source, WorkingFrame& result) {
                 ThrowIfInterrupted();
-                scaler.Process(source, result);
+                scalers.Process(source, result);
             },
             [&](int64_t done) { progress.Update(done); }, videoTimes);
         output.Commit();

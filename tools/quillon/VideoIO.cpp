@@ -638,7 +638,7 @@ int64_t TranscodeVideo(const fs::path& input, const fs::path& output, uint32_t d
                            "cannot convert RGBA frames to " + std::string(encDesc->name));
     }
 
-    const size_t slotCount = 5;
+    const size_t slotCount = static_cast<size_t>(4 + std::max(options.engineWorkers, 1));
     std::vector<VideoSlot> slots(slotCount);
     for (VideoSlot& slot : slots) {
         slot.decoded = NewFrame();
@@ -792,7 +792,7 @@ int64_t TranscodeVideo(const fs::path& input, const fs::path& output, uint32_t d
              }
              return true;
          }});
-    stages.push_back({"engine", 1, [&](int64_t, size_t s) {
+    stages.push_back({"engine", std::max(options.engineWorkers, 1), [&](int64_t, size_t s) {
                           process(slots[s].workSource, slots[s].workResult);
                           return true;
                       }});

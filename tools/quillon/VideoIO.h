@@ -56,7 +56,8 @@ struct VideoEncodeOptions {
     std::vector<std::string> codecOptions;  // KEY=VALUE private encoder options
     bool verbose = false;                   // let FFmpeg log to standard error
     ColourConversion colour = ColourConversion::Bt709;
-    int threads = 1;  // busy threads of the run; the codecs and converters use as many
+    int threads = 1;        // busy threads of the run; the codecs and converters use as many
+    int engineWorkers = 1;  // frames enlarged side by side (the frame function must allow it)
 };
 
 // Busy seconds of the video stages (the engine stage is timed by the caller).
@@ -98,9 +99,8 @@ bool IsVideoContainer(const std::filesystem::path& path);
 // Throws QuillonError InputMissing, Unsupported or CorruptInput.
 VideoInfo ProbeVideo(const std::filesystem::path& input);
 
-// The engine step, called once per frame, in order, one frame at a time:
-// enlarges the source working frame into the result (dstWidth x dstHeight,
-// same depth).
+// The engine step, called once per frame in order: enlarges the source
+// working frame into the result (dstWidth x dstHeight, same depth).
 using FrameFunction = std::function<void(const WorkingFrame& source, WorkingFrame& result)>;
 
 // Transcodes input into output (a temporary name whose extension selects the
