@@ -60,8 +60,10 @@ void Sizes(ByteReader& in) {
     const double ratio = static_cast<double>(in.U32()) / static_cast<double>(in.Range(1, 1000000));
     const uint32_t h = quillon::ConstrainedHeight(side, ratio);
     const uint32_t w = quillon::ConstrainedWidth(side, ratio);
-    Require(h >= quillon::kCustomSizeMin && h <= quillon::kCustomSizeMax);
-    Require(w >= quillon::kCustomSizeMin && w <= quillon::kCustomSizeMax);
+    const auto low = static_cast<uint32_t>(quillon::kCustomSideRange.minimum);
+    const auto high = static_cast<uint32_t>(quillon::kCustomSideRange.maximum);
+    Require(h >= low && h <= high);
+    Require(w >= low && w <= high);
 }
 
 void Names(ByteReader& in) {
@@ -72,7 +74,7 @@ void Names(ByteReader& in) {
     } catch (const quillon::QuillonError&) {
     }
     (void)quillon::ParseFilterType(text);
-    (void)quillon::ParseKernelChoice(text);
+    (void)quillon::ParseEightBitKernel(text);
     const auto bitrate = quillon::ParseBitrate(text);
     Require(!bitrate || *bitrate > 0);
 }

@@ -37,7 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     request.size = asked;
     request.keepAspect = !asked.height.has_value();
     const int bits = in.Bool() ? 16 : 8;
-    const auto kernel = static_cast<quillon::KernelChoice>(in.Range(0, 2));
+    const auto kernel = static_cast<quillon::EightBitKernel>(in.Range(0, 2));
     quillon::EffectControls controls;
     controls.filter = static_cast<quillon::FilterType>(in.Range(1, 4));
     controls.sharpness = static_cast<int>(in.Range(0, 25));

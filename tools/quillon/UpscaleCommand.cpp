@@ -201,7 +201,12 @@ void RunSequence(const UpscaleOptions& o) {
     const int engines = threads;
     std::vector<SequenceSlot> slots(static_cast<size_t>(readers + engines + writers + 2));
     auto t0 = Clock::now();
-    slots[0].source = ReadStill(inPattern->Format(frames[0]));
+    try {
+        slots[0].source = ReadStill(inPattern->Format(frames[0]));
+    } catch (const QuillonError& e) {
+        const QuillonError cause = AsInterruption(e);
+        throw QuillonError(cause.code(), std::string(cause.what()) + "; frames complete: none");
+    }
     const double firstRead = SecondsSince(t0);
     ResolvedSize target;
     ScalerPool scalers(SettingsFor(o, slots[0].source.image.width, slots[0].source.image.height,
