@@ -5,7 +5,10 @@
 #include "engine/Dispatch.h"
 
 #include "core/EngineTypes.h"
-#include "kernels/Refinement.h"
+#include "kernels/GreyConversion.h"
+#include "kernels/Lattice.h"
+#include "kernels/MapResize.h"
+#include "kernels/RefineApply.h"
 #include "kernels/Sharpen.h"
 #include "kernels/Upscale16.h"
 #include "kernels/Upscale16Cell.h"
@@ -67,21 +70,22 @@ constexpr Family<Rolling16> kCellRolling16{{&kUpscale16CellScalar, nullptr,
                                             QUILLON_X86_ONLY(&kUpscale16CellAvx2),
                                             QUILLON_X86_ONLY(&kUpscale16CellAvx512)}};
 
-// Refinement and sharpening families.
-constexpr Family<GreyFn8> kGrey8{{&grayFrom8, nullptr, nullptr, nullptr}};
-constexpr Family<GreyFn16> kGrey16{{&grayFrom16, nullptr, nullptr, nullptr}};
-constexpr Family<ScaleMapVerticalFn> kMapVertical{
-    {&scaleMapVerticalScalar, QUILLON_X86_ONLY(&scaleMapVerticalSse2), nullptr, nullptr}};
-constexpr Family<RefineApplyFn8> kRefine8{{&refineApply8Rows, nullptr, nullptr, nullptr}};
-constexpr Family<RefineApplyFn16> kRefine16{{&refineApply16Rows, nullptr, nullptr, nullptr}};
-constexpr Family<SharpenPlaneFn<uint8_t>> kSharpenPlane8{
-    {&sharpenPlane8Rows, nullptr, nullptr, nullptr}};
-constexpr Family<SharpenPlaneFn<uint16_t>> kSharpenPlane16{
-    {&sharpenPlane16Rows, nullptr, nullptr, nullptr}};
-constexpr Family<SharpenApplyFn<uint8_t>> kSharpenApply8{
-    {&sharpenApply8Rows, nullptr, nullptr, nullptr}};
-constexpr Family<SharpenApplyFn<uint16_t>> kSharpenApply16{
-    {&sharpenApply16Rows, nullptr, nullptr, nullptr}};
+// Refinement and sharpening families (each entry one level's kernels).
+constexpr Family<const GreyKernels*> kGrey{{&kGreyScalar, QUILLON_X86_ONLY(&kGreySse2),
+                                            QUILLON_X86_ONLY(&kGreyAvx2),
+                                            QUILLON_X86_ONLY(&kGreyAvx512)}};
+constexpr Family<const LatticeKernels*> kLattice{{&kLatticeScalar, QUILLON_X86_ONLY(&kLatticeSse2),
+                                                  QUILLON_X86_ONLY(&kLatticeAvx2),
+                                                  QUILLON_X86_ONLY(&kLatticeAvx512)}};
+constexpr Family<const MapResizeKernels*> kMapResize{{&kMapResizeScalar, nullptr,
+                                                      QUILLON_X86_ONLY(&kMapResizeAvx2),
+                                                      QUILLON_X86_ONLY(&kMapResizeAvx512)}};
+constexpr Family<const RefineApplyKernels*> kRefineApply{{&kRefineApplyScalar, nullptr,
+                                                          QUILLON_X86_ONLY(&kRefineApplyAvx2),
+                                                          QUILLON_X86_ONLY(&kRefineApplyAvx512)}};
+constexpr Family<const SharpenKernels*> kSharpen{{&kSharpenScalar, QUILLON_X86_ONLY(&kSharpenSse2),
+                                                  QUILLON_X86_ONLY(&kSharpenAvx2),
+                                                  QUILLON_X86_ONLY(&kSharpenAvx512)}};
 
 // Anti-aliasing spot blend (the AVX2 kernels serve AVX-512 too: wider
 // division gains nothing per channel).
@@ -115,15 +119,11 @@ constexpr Upscale8Row kUpscale8[3][2] = {
 KernelTable ChooseKernels(uint32_t depthMode, uint32_t kernelVariant, bool lanczos,
                           CpuLevel level) {
     KernelTable k;
-    k.grey8 = Pick(kGrey8, level);
-    k.grey16 = Pick(kGrey16, level);
-    k.mapVertical = Pick(kMapVertical, level);
-    k.refine8 = Pick(kRefine8, level);
-    k.refine16 = Pick(kRefine16, level);
-    k.sharpenPlane8 = Pick(kSharpenPlane8, level);
-    k.sharpenPlane16 = Pick(kSharpenPlane16, level);
-    k.sharpenApply8 = Pick(kSharpenApply8, level);
-    k.sharpenApply16 = Pick(kSharpenApply16, level);
+    k.grey = Pick(kGrey, level);
+    k.lattice = Pick(kLattice, level);
+    k.mapResize = Pick(kMapResize, level);
+    k.refineApply = Pick(kRefineApply, level);
+    k.sharpen = Pick(kSharpen, level);
     k.antiAliasBlend = Pick(kAntiAliasBlend, level);
     const int filter = lanczos ? 1 : 0;
     if (depthMode == DEPTH_8 && kernelVariant < 3) {

@@ -9,7 +9,10 @@
 #include "antialias/SpotKernels.h"
 #include "core/CpuLevel.h"
 #include "engine/TableCache.h"
-#include "kernels/Refinement.h"
+#include "kernels/GreyConversion.h"
+#include "kernels/Lattice.h"
+#include "kernels/MapResize.h"
+#include "kernels/RefineApply.h"
 #include "kernels/Sharpen.h"
 #include "kernels/UpscaleBand.h"
 #include "kernels/UpscaleKernels.h"
@@ -23,16 +26,14 @@ struct KernelTable {
     // then run instead of upscale8 / upscale16 and read plan.upscale.
     const Upscale8Kernels* rolling8 = nullptr;
     const Upscale16Kernels* rolling16 = nullptr;
-    GreyFn8 grey8 = nullptr;
-    GreyFn16 grey16 = nullptr;
-    ScaleMapVerticalFn mapVertical = nullptr;
+    // Refinement and sharpening, row-band kernel families. The grey
+    // conversion also makes the sharpen pass's brightness plane.
+    const GreyKernels* grey = nullptr;
+    const LatticeKernels* lattice = nullptr;
+    const MapResizeKernels* mapResize = nullptr;
     bool mapsKept = false;  // KERNEL_NONE: the maps are not resized (they stay zero)
-    RefineApplyFn8 refine8 = nullptr;
-    RefineApplyFn16 refine16 = nullptr;
-    SharpenPlaneFn<uint8_t> sharpenPlane8 = nullptr;
-    SharpenPlaneFn<uint16_t> sharpenPlane16 = nullptr;
-    SharpenApplyFn<uint8_t> sharpenApply8 = nullptr;
-    SharpenApplyFn<uint16_t> sharpenApply16 = nullptr;
+    const RefineApplyKernels* refineApply = nullptr;
+    const SharpenKernels* sharpen = nullptr;
     const aa::BlendKernels* antiAliasBlend = nullptr;
     // The weight layouts the upscale kernels read.
     WeightLayout columnLayout = WeightLayout::None;

@@ -9,8 +9,8 @@
 //
 // A frame's memory is one block from the allocation hook, taken here on the
 // calling thread before any work fans out. Every pass that allows it runs as
-// row bands on the engine's thread pool; anti-aliasing and the lattice run
-// whole, on the calling thread.
+// row bands on the engine's thread pool; anti-aliasing runs whole, on the
+// calling thread.
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -22,7 +22,6 @@
 #include "engine/Engine.h"
 #include "engine/ScaleContext.h"
 #include "engine/ThreadPool.h"
-#include "kernels/Refinement.h"
 
 namespace quillon {
 namespace {
@@ -108,57 +107,88 @@ bool Upscale(const ScaleContext& c, const UpscaleKernel<Sample>& kernel, const S
     return ok.load();
 }
 
-// Grey map, lattice, both maps resized: everything the apply reads.
-template <typename Sample, typename GreyFn>
-bool BuildRefineMaps(const ScaleContext& c, GreyFn grey, const Sample* source,
-                     const FrameMemory& m) {
+// Grey map, lattice, both maps resized: everything the apply reads. Each
+// pass needs the whole of the one before (a lattice row reads grey rows
+// around it, a map row two lattice rows), so each fans out on its own.
+template <typename Sample>
+bool BuildRefineMaps(const ScaleContext& c, const Sample* source, const FrameMemory& m) {
     if (!c.map.usable) {
         return false;
     }
+    const KernelTable& k = c.kernels;
+    const GreyPlan greyPlan{c.srcWidth, c.srcHeight};
     uint8_t* greyMap = m.at<uint8_t>(c.frame.grey);
-    const std::size_t srcW = c.srcWidth;
     ForBands(c, c.srcHeight, [&](uint32_t, uint32_t begin, uint32_t end) {
-        grey(greyMap + begin * srcW, source + begin * srcW * 4,
-             static_cast<int32_t>((end - begin) * srcW));
+        if constexpr (sizeof(Sample) == 1) {
+            k.grey->from8(greyPlan, source, greyMap, begin, end, nullptr);
+        } else {
+            k.grey->from16(greyPlan, source, greyMap, begin, end, nullptr);
+        }
     });
     uint8_t* latticeMin = m.at<uint8_t>(c.frame.latticeMin);
     uint8_t* latticeMax = m.at<uint8_t>(c.frame.latticeMax);
-    buildLattice(greyMap, latticeMin, latticeMax, c.srcWidth, c.srcHeight);
-    int16_t* rowsMin = m.at<int16_t>(c.frame.mapRowsMin);
-    int16_t* rowsMax = m.at<int16_t>(c.frame.mapRowsMax);
     ForBands(c, c.srcHeight + 1, [&](uint32_t, uint32_t begin, uint32_t end) {
-        scaleMapHorizontalRows(c.map, latticeMin, c.srcWidth, rowsMin, c.dstWidth, begin, end);
-        scaleMapHorizontalRows(c.map, latticeMax, c.srcWidth, rowsMax, c.dstWidth, begin, end);
+        k.lattice->build(greyPlan, greyMap, latticeMin, latticeMax, begin, end, nullptr);
     });
     uint8_t* refineMin = m.at<uint8_t>(c.frame.refineMin);
     uint8_t* refineMax = m.at<uint8_t>(c.frame.refineMax);
-    ForBands(c, c.dstHeight, [&](uint32_t, uint32_t begin, uint32_t end) {
-        c.kernels.mapVertical(c.map, rowsMin, refineMin, c.dstWidth, begin, end);
-        c.kernels.mapVertical(c.map, rowsMax, refineMax, c.dstWidth, begin, end);
+    unsigned char* scratch = m.at(c.frame.mapScratch);
+    ForBands(c, c.dstHeight, [&](uint32_t band, uint32_t begin, uint32_t end) {
+        void* mine = scratch + band * c.frame.mapBandBytes;
+        k.mapResize->resize(c.refine, latticeMin, refineMin, begin, end, mine);
+        k.mapResize->resize(c.refine, latticeMax, refineMax, begin, end, mine);
     });
     return true;
 }
 
-template <typename Sample, typename ApplyFn>
-void Refine(const ScaleContext& c, ApplyFn apply, Sample* work, const FrameMemory& m) {
-    const RefineMaps maps{m.at<uint8_t>(c.frame.refineMin), m.at<uint8_t>(c.frame.refineMax)};
-    ForBands(c, c.dstHeight,
-             [&](uint32_t, uint32_t begin, uint32_t end) { apply(c, maps, work, begin, end); });
+void RefineApply(const ScaleContext& c, uint8_t* work, const uint8_t* mins, const uint8_t* maxs,
+                 uint32_t begin, uint32_t end) {
+    c.kernels.refineApply->apply8(c.refine, mins, maxs, work, static_cast<uint32_t>(MaxValue8()),
+                                  begin, end, nullptr);
+}
+void RefineApply(const ScaleContext& c, uint16_t* work, const uint8_t* mins, const uint8_t* maxs,
+                 uint32_t begin, uint32_t end) {
+    c.kernels.refineApply->apply16(c.refine, mins, maxs, work, static_cast<uint32_t>(MaxValue16()),
+                                   begin, end, nullptr);
 }
 
 template <typename Sample>
-void Sharpen(const ScaleContext& c, SharpenPlaneFn<Sample> plane, SharpenApplyFn<Sample> apply,
-             Sample* work, const FrameMemory& m) {
+void Refine(const ScaleContext& c, Sample* work, const FrameMemory& m) {
+    const uint8_t* mins = m.at<uint8_t>(c.frame.refineMin);
+    const uint8_t* maxs = m.at<uint8_t>(c.frame.refineMax);
+    ForBands(c, c.dstHeight, [&](uint32_t, uint32_t begin, uint32_t end) {
+        RefineApply(c, work, mins, maxs, begin, end);
+    });
+}
+
+// Two phases: the brightness plane of the whole frame (the grey conversion at
+// the destination size), then the blur and gains, whose bands read plane rows
+// beyond their own but write only their own frame rows.
+template <typename Sample>
+void Sharpen(const ScaleContext& c, Sample* work, const FrameMemory& m) {
     uint8_t* brightness = m.at<uint8_t>(c.frame.sharpenPlane);
     if (brightness == nullptr) {
         return;  // no neighbourhood to write
     }
+    const KernelTable& k = c.kernels;
+    const GreyPlan greyPlan{c.dstWidth, c.dstHeight};
     ForBands(c, c.dstHeight, [&](uint32_t, uint32_t begin, uint32_t end) {
-        plane(c, work, brightness, begin, end);
+        if constexpr (sizeof(Sample) == 1) {
+            k.grey->from8(greyPlan, work, brightness, begin, end, nullptr);
+        } else {
+            k.grey->from16(greyPlan, work, brightness, begin, end, nullptr);
+        }
     });
     unsigned char* scratch = m.at(c.frame.sharpenScratch);
-    ForBands(c, SharpenOriginRows(c), [&](uint32_t band, uint32_t begin, uint32_t end) {
-        apply(c, brightness, work, begin, end, scratch + band * c.frame.sharpenBandBytes);
+    ForBands(c, c.dstHeight, [&](uint32_t band, uint32_t begin, uint32_t end) {
+        void* mine = scratch + band * c.frame.sharpenBandBytes;
+        if constexpr (sizeof(Sample) == 1) {
+            k.sharpen->apply8(c.sharpen, brightness, work, static_cast<uint32_t>(MaxValue8()),
+                              begin, end, mine);
+        } else {
+            k.sharpen->apply16(c.sharpen, brightness, work, static_cast<uint32_t>(MaxValue16()),
+                               begin, end, mine);
+        }
     });
 }
 
@@ -174,13 +204,13 @@ bool Run8(const ScaleContext& c, const uint8_t* source, uint8_t* work, const Fra
     // KERNEL_NONE does not resize the maps: they stay empty and the apply
     // changes nothing.
     if ((c.options & OPT_REFINE) != 0 && !k.mapsKept) {
-        if (!BuildRefineMaps(c, k.grey8, source, m)) {
+        if (!BuildRefineMaps(c, source, m)) {
             return false;
         }
-        Refine(c, k.refine8, work, m);
+        Refine(c, work, m);
     }
     if ((c.options & OPT_SHARPEN) != 0) {
-        Sharpen(c, k.sharpenPlane8, k.sharpenApply8, work, m);
+        Sharpen(c, work, m);
     }
     return true;
 }
@@ -188,10 +218,10 @@ bool Run8(const ScaleContext& c, const uint8_t* source, uint8_t* work, const Fra
 bool Run16(const ScaleContext& c, const uint16_t* source, uint16_t* work, const FrameMemory& m) {
     const KernelTable& k = c.kernels;
     if ((c.options & OPT_REFINE) != 0) {
-        if (!BuildRefineMaps(c, k.grey16, source, m) || !Upscale(c, k.upscale16, source, work, m)) {
+        if (!BuildRefineMaps(c, source, m) || !Upscale(c, k.upscale16, source, work, m)) {
             return false;
         }
-        Refine(c, k.refine16, work, m);
+        Refine(c, work, m);
     } else {
         if (!Upscale(c, k.upscale16, source, work, m)) {
             return false;
@@ -202,7 +232,7 @@ bool Run16(const ScaleContext& c, const uint16_t* source, uint16_t* work, const 
         }
     }
     if ((c.options & OPT_SHARPEN) != 0) {
-        Sharpen(c, k.sharpenPlane16, k.sharpenApply16, work, m);
+        Sharpen(c, work, m);
     }
     return true;
 }

@@ -120,15 +120,16 @@ bool PlanFrameMemory(ScaleContext& c) {
         f.grey = take(srcW * srcH);
         f.latticeMin = take(lattice);
         f.latticeMax = take(lattice);
-        f.mapRowsMin = take((srcH + 1) * dstW * sizeof(int16_t));
-        f.mapRowsMax = take((srcH + 1) * dstW * sizeof(int16_t));
+        f.mapBandBytes = (MapResizeScratchBytes(c.refine, dstH) + 15) & ~std::size_t{15};
+        f.mapScratch = take(f.mapBandBytes * std::min(c.threads, c.dstHeight));
         f.refineMin = take(dstW * dstH);
         f.refineMax = take(dstW * dstH);
     }
-    if (knownDepth && (c.options & OPT_SHARPEN) != 0 && SharpenOriginRows(c) != 0) {
+    // Frames of five rows or columns or fewer have no neighbourhood to sharpen.
+    if (knownDepth && (c.options & OPT_SHARPEN) != 0 && dstW >= 6 && dstH >= 6) {
         f.sharpenPlane = take(dstW * dstH);
-        f.sharpenBandBytes = (SharpenScratchBytes(c) + 15) & ~std::size_t{15};
-        f.sharpenScratch = take(f.sharpenBandBytes * std::min(c.threads, SharpenOriginRows(c)));
+        f.sharpenBandBytes = (SharpenScratchBytes(c.sharpen, c.dstHeight) + 15) & ~std::size_t{15};
+        f.sharpenScratch = take(f.sharpenBandBytes * std::min(c.threads, c.dstHeight));
     }
     f.total = at;
     return at <= UINT32_MAX;
@@ -213,6 +214,9 @@ bool Construct(ScaleContext& c, uint32_t sharpness, uint32_t refineStrength,
         c.map.rows = c.rowTables->mapLattice;
         c.map.rowWeights = c.rowTables->mapWeight;
         c.map.usable = c.columnTables->mapUsable && c.rowTables->mapUsable;
+        c.refine = RefinePlan{c.srcWidth,  c.srcHeight,      c.dstWidth,
+                              c.dstHeight, c.map.columns,    c.map.columnWeights,
+                              c.map.rows,  c.map.rowWeights, c.refineCurve};
     }
     if ((c.options & OPT_SHARPEN) != 0) {
         c.sharpenCurveTable = AcquireSharpenCurve(c.sharpenGain);
@@ -220,6 +224,8 @@ bool Construct(ScaleContext& c, uint32_t sharpness, uint32_t refineStrength,
             return false;
         }
         c.sharpenCurve = c.sharpenCurveTable.get();
+        c.sharpen =
+            SharpenPlan{c.dstWidth, c.dstHeight, c.sharpenCurve, HasUnitGainBand(c.sharpenCurve)};
     }
     return PlanFrameMemory(c);
 }

@@ -11,6 +11,8 @@
 
 #include "core/CpuLevel.h"
 #include "core/FramePlan.h"
+#include "core/RefinePlan.h"
+#include "core/SharpenPlan.h"
 #include "engine/Dispatch.h"
 #include "engine/Engine.h"
 #include "engine/TableCache.h"
@@ -27,12 +29,12 @@ struct FrameLayout {
     std::size_t grey = none;        // srcWidth x srcHeight
     std::size_t latticeMin = none;  // (srcWidth + 1) x (srcHeight + 1)
     std::size_t latticeMax = none;
-    std::size_t mapRowsMin = none;  // (srcHeight + 1) x dstWidth 16-bit samples
-    std::size_t mapRowsMax = none;
+    std::size_t mapScratch = none;  // one MapResizeScratchBytes block per band
+    std::size_t mapBandBytes = 0;
     std::size_t refineMin = none;  // dstWidth x dstHeight
     std::size_t refineMax = none;
-    std::size_t sharpenPlane = none;  // dstWidth x dstHeight
-    std::size_t sharpenScratch = none;
+    std::size_t sharpenPlane = none;    // dstWidth x dstHeight brightness
+    std::size_t sharpenScratch = none;  // one SharpenScratchBytes block per band
     std::size_t sharpenBandBytes = 0;
     std::size_t upscaleScratch = none;
     std::size_t upscaleBandBytes = 0;
@@ -45,6 +47,10 @@ struct ScaleContext : quillon::FramePlan {
     quillon::CpuLevel level = quillon::CpuLevel::Scalar;
     uint32_t threads = 1;  // bands per pass, at most
     quillon::FrameLayout frame;
+    // What the refinement and sharpen kernels read, pointing into the tables
+    // below (OPT_REFINE, OPT_SHARPEN).
+    quillon::RefinePlan refine;
+    quillon::SharpenPlan sharpen;
     // Cached tables the plan points into, kept alive for the context's life.
     std::shared_ptr<const quillon::AxisTables> columnTables;
     std::shared_ptr<const quillon::AxisTables> rowTables;

@@ -1,7 +1,7 @@
-// Refinement and sharpening: the refinement apply and the sharpen pass
-// against models written from their rules, the grey conversion, the min/max
-// lattice, the two lattice-map resizers, and both passes through
-// CreateScaleContext / ProcessFrame.
+// Refinement and sharpening: the plain band kernels (the reference every
+// level is bound to) against models written from their rules: refinement
+// apply, sharpen, grey conversion, the min/max lattice and the lattice-map
+// resize; and both passes through CreateScaleContext / ProcessFrame.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -13,10 +13,17 @@
 #include <vector>
 
 #include "core/CurveTables.h"
+#include "core/EngineSettings.h"
+#include "core/MapTables.h"
 #include "core/PositionTables.h"
+#include "core/RefinePlan.h"
+#include "core/SharpenPlan.h"
 #include "engine/Engine.h"
 #include "engine/ScaleContext.h"
-#include "kernels/Refinement.h"
+#include "kernels/GreyConversion.h"
+#include "kernels/Lattice.h"
+#include "kernels/MapResize.h"
+#include "kernels/RefineApply.h"
 #include "kernels/Sharpen.h"
 #include "tests/support/Photos.h"
 #include "tests/support/TestSupport.h"
@@ -29,11 +36,12 @@ using support::Context;
 using support::RandomFrame;
 using support::Request;
 
-// A context with only the fields the refinement apply and the sharpen pass
-// read, backed by vectors owned here. shape: the refinement curve's shape,
-// 0.1 + Quality / 20; sharpness: the Sharpness slider value 1..25.
+// The plans and maps the refinement apply and the sharpen pass read, backed
+// by vectors owned here. shape: the refinement curve's shape, 0.1 + Quality /
+// 20; sharpness: the Sharpness slider value 1..25.
 struct HandContext {
-    FramePlan context{};
+    RefinePlan refine{};
+    SharpenPlan sharpen{};
     std::vector<uint8_t> refineMin, refineMax;
     std::vector<int16_t> refineCurve = std::vector<int16_t>(kRefineCurveRows * kRefineCurveColumns);
     std::vector<uint16_t> sharpenCurve = std::vector<uint16_t>(kSharpenCurveSize);
@@ -42,13 +50,11 @@ struct HandContext {
         : refineMin(std::size_t{width} * height), refineMax(refineMin.size()) {
         buildRefineCurve(shape, refineCurve.data());
         buildSharpenCurve(static_cast<float>((sharpness - 0.52) / 24.0), sharpenCurve.data());
-        context.dstWidth = width;
-        context.dstHeight = height;
-        context.refineCurve = refineCurve.data();
-        context.sharpenCurve = sharpenCurve.data();
+        refine.dstWidth = width;
+        refine.dstHeight = height;
+        refine.curve = refineCurve.data();
+        sharpen = SharpenPlan{width, height, sharpenCurve.data()};
     }
-
-    RefineMaps maps() const { return {refineMin.data(), refineMax.data()}; }
 };
 
 // The grey the refinement sees: a rounded third of the colour sum at 8 bits,
@@ -121,19 +127,31 @@ void Randomise(HandContext& h, uint32_t seed, int maxLo) {
 }
 
 void Apply(uint8_t* frame, const HandContext& h) {
-    refineApply8(frame, &h.context, h.maps());
+    kRefineApplyScalar.apply8(h.refine, h.refineMin.data(), h.refineMax.data(), frame,
+                              static_cast<uint32_t>(MaxValue8()), 0, h.refine.dstHeight, nullptr);
 }
 
 void Apply(uint16_t* frame, const HandContext& h) {
-    refineApply16(frame, &h.context, h.maps());
+    kRefineApplyScalar.apply16(h.refine, h.refineMin.data(), h.refineMax.data(), frame,
+                               static_cast<uint32_t>(MaxValue16()), 0, h.refine.dstHeight, nullptr);
 }
 
-bool Sharpen(uint8_t* frame, const FramePlan* c) {
-    return sharpen8(frame, c);
-}
-
-bool Sharpen(uint16_t* frame, const FramePlan* c) {
-    return sharpen16(frame, c);
+// Both phases over the whole frame: brightness plane, then the gains.
+template <typename T>
+void Sharpen(T* frame, const HandContext& h) {
+    const SharpenPlan& plan = h.sharpen;
+    std::vector<uint8_t> plane(std::size_t{plan.width} * plan.height);
+    std::vector<uint8_t> scratch(SharpenScratchBytes(plan, plan.height));
+    const GreyPlan greyPlan{plan.width, plan.height};
+    if constexpr (sizeof(T) == 1) {
+        kGreyScalar.from8(greyPlan, frame, plane.data(), 0, plan.height, nullptr);
+        kSharpenScalar.apply8(plan, plane.data(), frame, static_cast<uint32_t>(MaxValue8()), 0,
+                              plan.height, scratch.data());
+    } else {
+        kGreyScalar.from16(greyPlan, frame, plane.data(), 0, plan.height, nullptr);
+        kSharpenScalar.apply16(plan, plane.data(), frame, static_cast<uint32_t>(MaxValue16()), 0,
+                               plan.height, scratch.data());
+    }
 }
 
 TEST(RefineApply, MatchesModelOnRandomMapsFramesAndCurves) {
@@ -194,7 +212,7 @@ TEST(RefineApply, RangeOfTwentyIsRefinedNineteenIsNot) {
     for (const uint8_t hi : {119, 120}) {
         h.refineMax[0] = hi;
         std::vector<uint8_t> px = {105, 105, 105, 17};
-        refineApply8(px.data(), &h.context, h.maps());
+        Apply(px.data(), h);
         EXPECT_EQ(px[0] < 105, hi == 120);  // pushed toward the nearer end, lo
         EXPECT_EQ(px[3], 17);
     }
@@ -260,7 +278,7 @@ TEST(Sharpen, MatchesDirectModel) {
                 }
                 const auto check = [&](auto frame, int64_t ceiling) {
                     const auto want = ModelSharpen(frame, w, h, hc.sharpenCurve, ceiling);
-                    ASSERT_TRUE(Sharpen(frame.data(), &hc.context));
+                    Sharpen(frame.data(), hc);
                     EXPECT_EQ(frame, want) << w << "x" << h << " S=" << sharpness;
                 };
                 check(RandomFrame<uint8_t>(w, h, 255, seed++), max8);
@@ -276,7 +294,7 @@ std::vector<uint8_t> SharpenedSpot(uint32_t sharpness, uint8_t background,
     HandContext hc(11, 11, 0.6, sharpness);
     std::vector<uint8_t> frame(11 * 11 * 4, background);  // channel 3 too
     std::copy(spot.begin(), spot.end(), frame.begin() + (5 * 11 + 5) * 4);
-    EXPECT_TRUE(sharpen8(frame.data(), &hc.context));
+    Sharpen(frame.data(), hc);
     return {frame.begin() + (5 * 11 + 5) * 4, frame.begin() + (5 * 11 + 6) * 4};
 }
 
@@ -291,15 +309,6 @@ TEST(Sharpen, SmallDifferencesAndBlackCentreKeepTheirValue) {
     EXPECT_EQ(SharpenedSpot(10, 250, {2, 1, 0, 0}), (std::vector<uint8_t>{0, 0, 0, 0}));
 }
 
-TEST(Sharpen, MissingScratchLeavesFrame) {
-    HandContext hc(16, 16, 0.6, 25);
-    const auto frame = RandomFrame<uint8_t>(16, 16, 255, 90);
-    auto work = frame;
-    support::AllocationLimit limit(0);
-    EXPECT_FALSE(sharpen8(work.data(), &hc.context));
-    EXPECT_EQ(work, frame);
-}
-
 // ------------------------------------------------------------- grey, maps
 
 // 8 bits: the colour sum's third rounded half up. 16 bits: only the high
@@ -307,13 +316,13 @@ TEST(Sharpen, MissingScratchLeavesFrame) {
 TEST(GreyConversion, RoundedThirdOfColourSum) {
     const auto frame = RandomFrame<uint8_t>(4096, 1, 255, 11);
     std::vector<uint8_t> grey(4096);
-    grayFrom8(grey.data(), frame.data(), 4096);
+    kGreyScalar.from8(GreyPlan{4096, 1}, frame.data(), grey.data(), 0, 1, nullptr);
     for (std::size_t i = 0; i < grey.size(); ++i) {
         ASSERT_EQ(grey[i], (2 * (frame[i * 4] + frame[i * 4 + 1] + frame[i * 4 + 2]) + 3) / 6);
     }
     const std::vector<uint16_t> wide = {0x12FF, 0x3400, 0xFFFF, 0x7777, 0x00FF, 0x00FF,
                                         0x00FF, 0xFFFF, 0x8000, 0x8000, 0x8000, 0x0000};
-    grayFrom16(grey.data(), wide.data(), 3);
+    kGreyScalar.from16(GreyPlan{3, 1}, wide.data(), grey.data(), 0, 1, nullptr);
     EXPECT_EQ(std::vector<uint8_t>(grey.begin(), grey.begin() + 3),
               (std::vector<uint8_t>{(2 * (0x12 + 0x34 + 0xFF) + 3) / 6, 0, 128}));
 }
@@ -378,9 +387,11 @@ TEST(Lattice, EachGreyReachesExactlyTheWindowsHoldingIt) {
             std::vector<uint8_t> grey(std::size_t(w) * h, 100);
             std::vector<uint8_t> min(points, 0x5A), max = min, darkMin = min, darkMax = min;
             grey[probe] = 200;
-            buildLattice(grey.data(), min.data(), max.data(), w, h);
+            const GreyPlan plan{static_cast<uint32_t>(w), static_cast<uint32_t>(h)};
+            kLatticeScalar.build(plan, grey.data(), min.data(), max.data(), 0, h + 1, nullptr);
             grey[probe] = 3;
-            buildLattice(grey.data(), darkMin.data(), darkMax.data(), w, h);
+            kLatticeScalar.build(plan, grey.data(), darkMin.data(), darkMax.data(), 0, h + 1,
+                                 nullptr);
             for (std::size_t at = 0; at < points; ++at) {
                 const int x = static_cast<int>(at % (w + 1));
                 const int y = static_cast<int>(at / (w + 1));
@@ -431,10 +442,22 @@ struct MapInputs {
 
 constexpr uint8_t kUntouched = 0xC3;
 
-std::vector<uint8_t> Resize(decltype(&scaleMapBilinear) fn, const MapInputs& m, bool* ok) {
+// The plain kernel over the whole map, with the taps the context builds.
+std::vector<uint8_t> Resize(const MapInputs& m) {
+    std::vector<uint32_t> columns(m.dstW), rows(m.dstH);
+    std::vector<uint16_t> columnWeights(m.dstW), rowWeights(m.dstH);
+    EXPECT_TRUE(mapresize::SetupColumns(m.cols.index.data(), m.cols.frac.data(), m.srcW, m.dstW,
+                                        columns.data(), columnWeights.data()));
+    EXPECT_TRUE(mapresize::SetupRows(m.rows.index.data(), m.rows.frac.data(), m.srcH, m.dstH,
+                                     rows.data(), rowWeights.data()));
+    const RefinePlan plan{m.srcW,         m.srcH,
+                          m.dstW,         m.dstH,
+                          columns.data(), columnWeights.data(),
+                          rows.data(),    rowWeights.data(),
+                          nullptr};
     std::vector<uint8_t> out(std::size_t{m.dstW} * m.dstH, kUntouched);
-    *ok = fn(m.lattice.data(), out.data(), m.rows.index.data(), m.cols.index.data(),
-             m.cols.frac.data(), m.rows.frac.data(), m.srcW, m.srcH, m.dstW, m.dstH);
+    std::vector<uint8_t> scratch(MapResizeScratchBytes(plan, m.dstH));
+    kMapResizeScalar.resize(plan, m.lattice.data(), out.data(), 0, m.dstH, scratch.data());
     return out;
 }
 
@@ -466,9 +489,9 @@ std::vector<uint8_t> ModelResize(const MapInputs& m) {
     return out;
 }
 
-// Both resizers against the model; 1:1 axes included, and a width that takes
+// The resize against the model; 1:1 axes included, and a width that takes
 // column indices past 8 bits.
-TEST(ScaleMap, BothResizersMatchTheModelOnAwkwardSizes) {
+TEST(ScaleMap, MatchesTheModelOnAwkwardSizes) {
     const std::vector<std::vector<uint32_t>> sizes = {
         {4, 4, 4, 4},     {4, 5, 9, 13},       {7, 6, 15, 11},       {5, 4, 8, 4},
         {9, 7, 16, 23},   {20, 10, 63, 37},    {33, 17, 100, 50},    {64, 36, 129, 72},
@@ -477,28 +500,8 @@ TEST(ScaleMap, BothResizersMatchTheModelOnAwkwardSizes) {
     uint32_t seed = 100;
     for (const auto& s : sizes) {
         const MapInputs m(s[0], s[1], s[2], s[3], seed++);
-        const auto want = ModelResize(m);
-        for (auto fn : {&scaleMapBilinear, &scaleMapSse2}) {
-            bool ok = false;
-            EXPECT_EQ(Resize(fn, m, &ok), want) << s[0] << "x" << s[1] << " -> " << s[2] << "x"
-                                                << s[3] << (fn == &scaleMapSse2 ? " sse2" : "");
-            EXPECT_TRUE(ok);
-        }
-    }
-}
-
-// Whichever scratch block is refused, a resizer returns false without writing.
-TEST(ScaleMap, RefusedScratchWritesNothing) {
-    const MapInputs m(8, 6, 19, 14, 9);
-    for (auto fn : {&scaleMapBilinear, &scaleMapSse2}) {
-        bool ok = false;
-        for (int grants = 0; grants < 8 && !ok; ++grants) {
-            support::AllocationLimit limit(grants);
-            const auto out = Resize(fn, m, &ok);
-            EXPECT_EQ(out, ok ? ModelResize(m) : std::vector<uint8_t>(19 * 14, kUntouched))
-                << grants << " grants";
-        }
-        EXPECT_TRUE(ok);
+        EXPECT_EQ(Resize(m), ModelResize(m))
+            << s[0] << "x" << s[1] << " -> " << s[2] << "x" << s[3];
     }
 }
 
@@ -596,6 +599,35 @@ TEST(RefinePipeline, PhotoEdgesNarrow) {
     // narrower, which flattens the S-curve: the gain in width is smaller.
     ExpectNarrowerEdges(r, support::ToWorking16(photo16), 30, 8, 1.0);
     ExpectNarrowerEdges(r, support::ToWorking16(photo16), 30, 25, 0.96);
+}
+
+// Frame-time scratch (map rows, brightness plane, sharpen rows, the upscale's
+// own) refused at each site in turn: ProcessFrame reports the failure, and
+// once every block is granted the frame is the unrationed one.
+TEST(RefinePipeline, RefusedFrameScratchFailsCleanly) {
+    for (const auto& [depth, variant] :
+         {std::pair{DEPTH_8, KERNEL_TWO_PASS}, std::pair{DEPTH_16, KERNEL_CELL}}) {
+        const Request r{24, 16, 61, 37, OPT_REFINE | OPT_SHARPEN, depth, variant, 25, 25};
+        const auto check = [&r](auto zero) {
+            using T = decltype(zero);
+            const auto src = RandomFrame<T>(24, 16, sizeof(T) == 1 ? 255 : 32768, 77);
+            const auto want = RunFrame(r, src);
+            ASSERT_FALSE(want.empty());
+            Context c(r);
+            ASSERT_TRUE(c.ok());
+            std::vector<T> out(want.size());
+            int result = -1;
+            int grants = 0;
+            for (; grants < 16 && result != 0; ++grants) {
+                support::AllocationLimit limit(grants);
+                result = ProcessFrame(src.data(), out.data(), c.get());
+            }
+            EXPECT_EQ(result, 0);
+            EXPECT_GT(grants, 1);  // some grant counts failed first
+            EXPECT_EQ(out, want);
+        };
+        depth == DEPTH_8 ? check(uint8_t{0}) : check(uint16_t{0});
+    }
 }
 
 // At 16 bits the refinement path upscales again, which discards anti-aliasing.

@@ -1,24 +1,26 @@
-// Applying the refinement: every destination pixel whose local grey range is
-// wide enough has its grey pushed along the S-curve toward the nearer end of
-// that range, by one gain applied to blue, green and red alike.
+// The refinement's per-pixel rule, plain form; every level uses it for the
+// pixels its vectors leave over.
+#ifndef QUILLON_KERNELS_SCALAR_REFINEPIXELS_H
+#define QUILLON_KERNELS_SCALAR_REFINEPIXELS_H
+
 #include <cstddef>
+#include <cstdint>
 
-#include "core/EngineSettings.h"
-#include "kernels/Refinement.h"
+#include "core/RefinePlan.h"
 
-namespace quillon {
-
+// Internal linkage: the levels' files include this header under their own
+// instruction-set flags, and their copies must never stand in for each other.
+namespace quillon::refinepixels {
 namespace {
 
 // Ranges narrower than this are left alone (flat areas stay bit-exact).
-constexpr uint32_t kMinimumRange = 20;
+inline constexpr uint32_t kMinimumRange = 20;
 
 // 8 bits: grey by 21844/65536 of the channel sum, Q7 gain cut to 16 signed
 // bits, channels clamped on the low 16 bits of the product.
 struct Depth8 {
     using Sample = uint8_t;
     static constexpr uint32_t kGreyFactor = 21844;
-    static uint32_t Ceiling() { return static_cast<uint32_t>(MaxValue8()); }
     static int32_t Gain(int32_t target, int32_t grey) {
         return static_cast<int16_t>((target * 128) / grey);
     }
@@ -36,7 +38,6 @@ struct Depth8 {
 struct Depth16 {
     using Sample = uint16_t;
     static constexpr uint32_t kGreyFactor = 85;
-    static uint32_t Ceiling() { return static_cast<uint32_t>(MaxValue16()); }
     static int32_t Gain(int32_t target, int32_t grey) {
         return (target * 32768) / grey;  // |target| < 2^15: no overflow
     }
@@ -55,21 +56,11 @@ inline int32_t TargetGrey(const int16_t* curve, uint32_t range, int32_t grey, in
     return static_cast<int16_t>(s + lo);
 }
 
+// Pixels [p0, p1) of the frame, counted from its first pixel.
 template <typename Depth>
-void RefineApply(const FramePlan& plan, const RefineMaps& maps, typename Depth::Sample* frame,
-                 uint32_t rowBegin, uint32_t rowEnd) {
-    if (frame == nullptr || maps.min == nullptr || maps.max == nullptr ||
-        plan.refineCurve == nullptr) {
-        return;
-    }
-    const std::size_t begin = std::size_t{plan.dstWidth} * rowBegin;
-    const std::size_t end = std::size_t{plan.dstWidth} * rowEnd;
-    const uint8_t* mins = maps.min;
-    const uint8_t* maxs = maps.max;
-    const int16_t* curve = plan.refineCurve;
-    const uint32_t ceiling = Depth::Ceiling();
-
-    for (std::size_t p = begin; p < end; ++p) {
+void ApplyPixels(const RefinePlan& plan, const uint8_t* mins, const uint8_t* maxs,
+                 typename Depth::Sample* frame, uint32_t ceiling, std::size_t p0, std::size_t p1) {
+    for (std::size_t p = p0; p < p1; ++p) {
         const int32_t lo = mins[p];
         const uint32_t range = static_cast<uint32_t>(maxs[p] - lo) & 0xFFu;
         if (range < kMinimumRange) {
@@ -82,7 +73,7 @@ void RefineApply(const FramePlan& plan, const RefineMaps& maps, typename Depth::
         if (grey == 0) {
             continue;
         }
-        const int32_t gain = Depth::Gain(TargetGrey(curve, range, grey, lo), grey);
+        const int32_t gain = Depth::Gain(TargetGrey(plan.curve, range, grey, lo), grey);
         if (gain <= 0) {
             continue;
         }
@@ -93,27 +84,6 @@ void RefineApply(const FramePlan& plan, const RefineMaps& maps, typename Depth::
 }
 
 }  // namespace
+}  // namespace quillon::refinepixels
 
-void refineApply8Rows(const FramePlan& plan, const RefineMaps& maps, uint8_t* frame,
-                      uint32_t rowBegin, uint32_t rowEnd) {
-    RefineApply<Depth8>(plan, maps, frame, rowBegin, rowEnd);
-}
-
-void refineApply16Rows(const FramePlan& plan, const RefineMaps& maps, uint16_t* frame,
-                       uint32_t rowBegin, uint32_t rowEnd) {
-    RefineApply<Depth16>(plan, maps, frame, rowBegin, rowEnd);
-}
-
-void refineApply8(uint8_t* frame, const FramePlan* plan, const RefineMaps& maps) {
-    if (plan != nullptr) {
-        RefineApply<Depth8>(*plan, maps, frame, 0, plan->dstHeight);
-    }
-}
-
-void refineApply16(uint16_t* frame, const FramePlan* plan, const RefineMaps& maps) {
-    if (plan != nullptr) {
-        RefineApply<Depth16>(*plan, maps, frame, 0, plan->dstHeight);
-    }
-}
-
-}  // namespace quillon
+#endif  // QUILLON_KERNELS_SCALAR_REFINEPIXELS_H
