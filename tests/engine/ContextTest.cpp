@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <set>
+#include <thread>
 #include <vector>
 
 #include "engine/Engine.h"
@@ -16,11 +17,15 @@ namespace {
 
 // Allocation hooks that count calls and live blocks and fail call `failAt`
 // (0-based; -1: none).
+// Every call must come from the thread that created the hooks: worker
+// threads never allocate.
 struct Counting {
     static inline int calls = 0;
     static inline int failAt = -1;
     static inline std::set<void*> live;
+    static inline std::thread::id owner;
     static void* Alloc(uint32_t bytes) {
+        EXPECT_EQ(std::this_thread::get_id(), owner) << "a hook called from a worker thread";
         if (calls++ == failAt) {
             return nullptr;
         }
@@ -29,6 +34,7 @@ struct Counting {
         return p;
     }
     static void Free(void* p) {
+        EXPECT_EQ(std::this_thread::get_id(), owner) << "a hook called from a worker thread";
         EXPECT_EQ(live.erase(p), p != nullptr ? 1u : 0u) << "freed twice or never handed out";
         std::free(p);
     }
@@ -36,6 +42,7 @@ struct Counting {
         calls = 0;
         failAt = fail;
         live.clear();
+        owner = std::this_thread::get_id();
         SetEngineAllocator(&Alloc, &Free);
     }
     ~Counting() { SetEngineAllocator(nullptr, nullptr); }
