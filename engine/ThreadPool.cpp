@@ -4,6 +4,7 @@
 #include "engine/ThreadPool.h"
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <list>
 #include <mutex>
@@ -132,17 +133,39 @@ private:
     bool stopping_ = false;
 };
 
-// Never destroyed: a DLL's static destructors run under the loader lock,
-// where joining a thread would deadlock. Workers are joined by StopWorkers()
-// (global setdown) instead, and on Linux by the guard below.
+// Made on first use. On Windows never destroyed: a DLL's static destructors
+// run under the loader lock, where joining a thread would deadlock, so the
+// workers are joined by StopWorkers() (global setdown) instead. On Linux the
+// guard below joins them and frees the pool when the library is unloaded or
+// the process ends.
+std::atomic<Pool*> gPool{nullptr};
+std::mutex gPoolCreation;
+
+Pool* ExistingPool() {
+    return gPool.load(std::memory_order_acquire);
+}
+
 Pool& ThePool() {
-    static Pool* pool = new Pool;
+    if (Pool* pool = ExistingPool()) {
+        return *pool;
+    }
+    std::lock_guard lock(gPoolCreation);
+    Pool* pool = gPool.load(std::memory_order_relaxed);
+    if (pool == nullptr) {
+        pool = new Pool;
+        gPool.store(pool, std::memory_order_release);
+    }
     return *pool;
 }
 
 #ifndef _WIN32
 struct StopAtUnload {
-    ~StopAtUnload() { StopWorkers(); }
+    ~StopAtUnload() {
+        if (Pool* pool = gPool.exchange(nullptr)) {
+            pool->Stop();
+            delete pool;
+        }
+    }
 };
 const StopAtUnload gStopAtUnload;
 #endif
@@ -161,11 +184,14 @@ void RunTasks(uint32_t tasks, uint32_t threads, TaskFn task, void* state) {
 }
 
 void StopWorkers() {
-    ThePool().Stop();
+    if (Pool* pool = ExistingPool()) {
+        pool->Stop();
+    }
 }
 
 uint32_t WorkerCount() {
-    return ThePool().Count();
+    Pool* pool = ExistingPool();
+    return pool != nullptr ? pool->Count() : 0;
 }
 
 }  // namespace quillon
