@@ -74,6 +74,25 @@ TEST(Execution, PoolRunsEveryTaskOnceAndStopsOnRequest) {
     EXPECT_EQ(quillon::WorkerCount(), 2u);
 }
 
+// One thread means no worker threads at all; more start them on first use.
+TEST(Execution, OneThreadStartsNoWorker) {
+    StopEngineThreads();
+    const auto src = RandomFrame<uint8_t>(40, 30, 255, 3);
+    std::vector<uint8_t> out(97u * 71u * 4u);
+    for (const uint32_t threads : {1u, 2u}) {
+        ASSERT_EQ(SetEngineThreads(threads), 0);
+        auto engine = quillon::ScaleEngine::Create({.srcWidth = 40,
+                                                    .srcHeight = 30,
+                                                    .dstWidth = 97,
+                                                    .dstHeight = 71,
+                                                    .options = OPT_REFINE | OPT_SHARPEN});
+        ASSERT_TRUE(engine.has_value());
+        ASSERT_TRUE(engine->Process(src.data(), out.data()));
+        EXPECT_EQ(quillon::WorkerCount(), threads - 1);
+    }
+    SetEngineThreads(0);
+}
+
 // Four threads each process their own frames on one context (three bands a
 // pass on the pool as well): every output equals the same frame processed
 // alone.
