@@ -67,7 +67,10 @@ void RunEngineRowBands(uint32_t rowCount, EngineRowBandFn band, void* state);
 // Validates the request and builds a context with its kernels and tables.
 // Returns 0 and stores the context through contextOut, or -1 (nothing is
 // allocated and *contextOut is not written). Sources narrower or lower than
-// 4 pixels are rejected; so is a request whose buffers cannot be allocated.
+// 4 pixels are rejected; so is a request whose context or tables cannot be
+// allocated, or whose frames would need a block larger than the hook's
+// 32-bit size can ask for. The instruction-set level and thread count in
+// force now are the context's for its whole life.
 int32_t CreateScaleContext(uint32_t srcWidth, uint32_t srcHeight, uint32_t dstWidth,
                            uint32_t dstHeight, uint32_t outWidth, uint32_t outHeight,
                            uint32_t options, uint32_t depthMode, uint32_t kernelVariant,

@@ -1,6 +1,7 @@
 // CreateScaleContext and DestroyScaleContext: validation, the plan, the
-// kernels and the frame layout. The context block is the only memory a
-// context takes from the hook; its tables come from the process-wide cache.
+// kernels and the frame layout. A context takes its own block (and its
+// kernel's prepared layout, if any) from the hook; its tables come from the
+// process-wide cache.
 #include "engine/ScaleContext.h"
 
 #include <cmath>
