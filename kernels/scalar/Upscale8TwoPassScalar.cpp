@@ -90,7 +90,7 @@ bool TwoPassScalar(const FramePlan& c, const uint8_t* source, uint8_t* destinati
 }
 
 // Scratch of both two-pass levels: the band's horizontal rows, then (for the
-// vector level) one pair row, the column pairs and the first-pair indices.
+// SSE2 level) one pair row, the column pairs and the first-pair indices.
 template <int Taps>
 std::size_t TwoPassScratchBytes(const FramePlan& c, uint32_t rowBegin, uint32_t rowEnd) {
     using upscale::ScratchCarver;
