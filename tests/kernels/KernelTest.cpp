@@ -376,5 +376,72 @@ TEST(UpscaleProperties, WidestAxisOf65536Samples) {
     }
 }
 
+// Every band kernel run as random bands of rows (one row, seams inside and
+// at the edge of a source interval's span, the whole frame at once) writes
+// the bytes of one band over the whole frame.
+template <typename Sample>
+struct BandKernel {
+    const char* name;
+    UpscaleBandFn<Sample> run;
+    BandScratchFn scratch;
+    uint32_t variant;
+    uint32_t options;
+};
+
+template <typename Sample>
+void ExpectBandsMatchWholeFrame(const BandKernel<Sample>& k, uint32_t seed) {
+    SCOPED_TRACE(k.name);
+    std::mt19937 rng(seed);
+    const uint32_t depth = sizeof(Sample) == 1 ? DEPTH_8 : DEPTH_16;
+    for (const auto& [sw, sh, dw, dh] :
+         {std::array<uint32_t, 4>{4, 4, 9, 7}, std::array<uint32_t, 4>{13, 9, 50, 37},
+          std::array<uint32_t, 4>{9, 31, 20, 100}}) {
+        Context c({sw, sh, dw, dh, k.options, depth, k.variant});
+        ASSERT_TRUE(c.ok());
+        const auto src = RandomFrame<Sample>(sw, sh, kFull<Sample>, seed++);
+        const std::size_t n = std::size_t{dw} * dh * 4;
+        std::vector<Sample> whole(n, 0);
+        std::vector<unsigned char> scratch(k.scratch(*c, 0, dh) + 1);
+        ASSERT_TRUE(k.run(*c, src.data(), whole.data(), 0, dh, scratch.data()));
+        for (int split = 0; split < 8; ++split) {
+            std::vector<Sample> banded(n, static_cast<Sample>(~0u));
+            for (uint32_t begin = 0; begin < dh;) {
+                const uint32_t end = std::min(dh, begin + 1 + static_cast<uint32_t>(rng() % 9));
+                std::vector<unsigned char> band(k.scratch(*c, begin, end) + 1);
+                ASSERT_TRUE(k.run(*c, src.data(), banded.data(), begin, end, band.data()));
+                begin = end;
+            }
+            ASSERT_TRUE(banded == whole) << sw << "x" << sh << " -> " << dw << "x" << dh;
+        }
+    }
+}
+
+TEST(BandKernels, AnySplitIntoBandsWritesTheWholeFrameBytes) {
+    const BandKernel<uint8_t> kernels8[] = {
+        {"cubic cell", &upscale8CubicRows, &NoScratch, KERNEL_CELL, 0},
+        {"lanczos cell", &upscale8LanczosRows, &NoScratch, KERNEL_CELL, OPT_LANCZOS},
+        {"cubic two-pass scalar", &upscale8CubicTwoPassScalarRows, &upscale8TwoPassScratchBytes4,
+         KERNEL_TWO_PASS, 0},
+        {"lanczos two-pass scalar", &upscale8LanczosTwoPassScalarRows,
+         &upscale8TwoPassScratchBytes8, KERNEL_TWO_PASS, OPT_LANCZOS},
+#ifdef QUILLON_X86_KERNELS
+        {"cubic two-pass sse2", &upscale8CubicTwoPassSse2Rows, &upscale8TwoPassScratchBytes4,
+         KERNEL_TWO_PASS, 0},
+        {"lanczos two-pass sse2", &upscale8LanczosTwoPassSse2Rows, &upscale8TwoPassScratchBytes8,
+         KERNEL_TWO_PASS, OPT_LANCZOS},
+#endif
+    };
+    uint32_t seed = 500;
+    for (const auto& k : kernels8) {
+        ExpectBandsMatchWholeFrame(k, seed += 10);
+    }
+    for (const auto& k :
+         {BandKernel<uint16_t>{"cubic 16", &upscale16CubicRows, &NoScratch, KERNEL_CELL, 0},
+          BandKernel<uint16_t>{"lanczos 16", &upscale16LanczosRows, &NoScratch, KERNEL_CELL,
+                               OPT_LANCZOS}}) {
+        ExpectBandsMatchWholeFrame(k, seed += 10);
+    }
+}
+
 }  // namespace
 }  // namespace quillon::test
