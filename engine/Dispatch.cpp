@@ -44,7 +44,7 @@ Fn Pick(const Family<Fn>& family, CpuLevel level) {
 using Up8 = UpscaleBandFn<uint8_t>;
 using Up16 = UpscaleBandFn<uint16_t>;
 
-// Upscale families.                    scalar                             sse2 avx2     avx512
+// Upscale families adapted from the whole-frame kernels: {scalar, sse2, avx2, avx512}.
 constexpr Family<Up8> kCubicCell8{{&upscale8CubicRows, nullptr, nullptr, nullptr}};
 constexpr Family<Up8> kLanczosCell8{{&upscale8LanczosRows, nullptr, nullptr, nullptr}};
 constexpr Family<Up8> kNone8{{&upscaleNoneRows, nullptr, nullptr, nullptr}};
