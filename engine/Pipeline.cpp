@@ -7,14 +7,15 @@
 // refinement the first upscale and its anti-aliasing are not run at all
 // (the bytes are the same).
 //
-// A frame's memory is one block from the allocation hook, taken here on the
-// calling thread before any work fans out. Every pass that allows it runs as
+// A frame's memory comes from the allocation hook, a block a buffer, taken
+// here on the calling thread before any work fans out. Every pass that allows it runs as
 // row bands on the engine's thread pool; anti-aliasing runs whole, on the
 // calling thread.
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 
 #include "antialias/AntiAlias.h"
 #include "core/EngineMemory.h"
@@ -48,26 +49,47 @@ void ForBands(const ScaleContext& c, uint32_t rows, const Body& body) {
         &state);
 }
 
-// One frame's buffers inside its block.
+// One frame's buffers, each its own block, taken on the calling thread.
 class FrameMemory {
 public:
-    explicit FrameMemory(const FrameLayout& layout)
-        : block_(static_cast<unsigned char*>(layout.total != 0 ? EngineAllocate(layout.total)
-                                                               : nullptr)),
-          ok_(layout.total == 0 || block_ != nullptr) {}
-    ~FrameMemory() { EngineRelease(block_); }
+    explicit FrameMemory(const FrameLayout& layout) {
+        for (std::size_t i = 0; i < std::size(kBuffers); ++i) {
+            const std::size_t bytes = layout.*kBuffers[i];
+            if (bytes != 0) {
+                blocks_[i] = EngineAllocate(bytes);
+                ok_ = ok_ && blocks_[i] != nullptr;
+            }
+        }
+    }
+    ~FrameMemory() {
+        for (void* block : blocks_) {
+            EngineRelease(block);
+        }
+    }
     FrameMemory(const FrameMemory&) = delete;
     FrameMemory& operator=(const FrameMemory&) = delete;
 
     bool ok() const { return ok_; }
+    // Null for a buffer the frame does not use.
     template <typename T = unsigned char>
-    T* at(std::size_t offset) const {
-        return offset == FrameLayout::none ? nullptr : reinterpret_cast<T*>(block_ + offset);
+    T* at(std::size_t FrameLayout::*buffer) const {
+        for (std::size_t i = 0; i < std::size(kBuffers); ++i) {
+            if (kBuffers[i] == buffer) {
+                return static_cast<T*>(blocks_[i]);
+            }
+        }
+        return nullptr;
     }
 
 private:
-    unsigned char* block_;
-    bool ok_;
+    static constexpr std::size_t FrameLayout::*kBuffers[] = {
+        &FrameLayout::workFrame,      &FrameLayout::grey,         &FrameLayout::latticeMin,
+        &FrameLayout::latticeMax,     &FrameLayout::mapScratch,   &FrameLayout::refineMin,
+        &FrameLayout::refineMax,      &FrameLayout::sharpenPlane, &FrameLayout::sharpenScratch,
+        &FrameLayout::upscaleScratch,
+    };
+    void* blocks_[std::size(kBuffers)] = {};
+    bool ok_ = true;
 };
 
 // The band kernels with rolling rows, when the context has them; every band
@@ -75,7 +97,7 @@ private:
 template <typename Sample>
 bool UpscaleRolling(const ScaleContext& c, const UpscaleKernels<Sample>& kernels,
                     const Sample* source, Sample* work, const FrameMemory& memory) {
-    unsigned char* scratch = memory.at(c.frame.upscaleScratch);
+    unsigned char* scratch = memory.at(&FrameLayout::upscaleScratch);
     const int32_t ceiling = sizeof(Sample) == 1 ? MaxValue8() : MaxValue16();
     ForBands(c, c.dstHeight, [&](uint32_t band, uint32_t begin, uint32_t end) {
         kernels.run(c.upscale, source, work, begin, end, scratch + band * c.frame.upscaleBandBytes,
@@ -97,7 +119,7 @@ bool Upscale(const ScaleContext& c, const UpscaleKernel<Sample>& kernel, const S
         }
     }
     std::atomic<bool> ok{true};
-    unsigned char* scratch = memory.at(c.frame.upscaleScratch);
+    unsigned char* scratch = memory.at(&FrameLayout::upscaleScratch);
     ForBands(c, c.dstHeight, [&](uint32_t band, uint32_t begin, uint32_t end) {
         void* mine = scratch != nullptr ? scratch + band * c.frame.upscaleBandBytes : nullptr;
         if (!kernel.run(c, source, work, begin, end, mine)) {
@@ -117,7 +139,7 @@ bool BuildRefineMaps(const ScaleContext& c, const Sample* source, const FrameMem
     }
     const KernelTable& k = c.kernels;
     const GreyPlan greyPlan{c.srcWidth, c.srcHeight};
-    uint8_t* greyMap = m.at<uint8_t>(c.frame.grey);
+    uint8_t* greyMap = m.at<uint8_t>(&FrameLayout::grey);
     ForBands(c, c.srcHeight, [&](uint32_t, uint32_t begin, uint32_t end) {
         if constexpr (sizeof(Sample) == 1) {
             k.grey->from8(greyPlan, source, greyMap, begin, end, nullptr);
@@ -125,14 +147,14 @@ bool BuildRefineMaps(const ScaleContext& c, const Sample* source, const FrameMem
             k.grey->from16(greyPlan, source, greyMap, begin, end, nullptr);
         }
     });
-    uint8_t* latticeMin = m.at<uint8_t>(c.frame.latticeMin);
-    uint8_t* latticeMax = m.at<uint8_t>(c.frame.latticeMax);
+    uint8_t* latticeMin = m.at<uint8_t>(&FrameLayout::latticeMin);
+    uint8_t* latticeMax = m.at<uint8_t>(&FrameLayout::latticeMax);
     ForBands(c, c.srcHeight + 1, [&](uint32_t, uint32_t begin, uint32_t end) {
         k.lattice->build(greyPlan, greyMap, latticeMin, latticeMax, begin, end, nullptr);
     });
-    uint8_t* refineMin = m.at<uint8_t>(c.frame.refineMin);
-    uint8_t* refineMax = m.at<uint8_t>(c.frame.refineMax);
-    unsigned char* scratch = m.at(c.frame.mapScratch);
+    uint8_t* refineMin = m.at<uint8_t>(&FrameLayout::refineMin);
+    uint8_t* refineMax = m.at<uint8_t>(&FrameLayout::refineMax);
+    unsigned char* scratch = m.at(&FrameLayout::mapScratch);
     ForBands(c, c.dstHeight, [&](uint32_t band, uint32_t begin, uint32_t end) {
         void* mine = scratch + band * c.frame.mapBandBytes;
         k.mapResize->resize(c.refine, latticeMin, refineMin, begin, end, mine);
@@ -154,8 +176,8 @@ void RefineApply(const ScaleContext& c, uint16_t* work, const uint8_t* mins, con
 
 template <typename Sample>
 void Refine(const ScaleContext& c, Sample* work, const FrameMemory& m) {
-    const uint8_t* mins = m.at<uint8_t>(c.frame.refineMin);
-    const uint8_t* maxs = m.at<uint8_t>(c.frame.refineMax);
+    const uint8_t* mins = m.at<uint8_t>(&FrameLayout::refineMin);
+    const uint8_t* maxs = m.at<uint8_t>(&FrameLayout::refineMax);
     ForBands(c, c.dstHeight, [&](uint32_t, uint32_t begin, uint32_t end) {
         RefineApply(c, work, mins, maxs, begin, end);
     });
@@ -166,7 +188,7 @@ void Refine(const ScaleContext& c, Sample* work, const FrameMemory& m) {
 // beyond their own but write only their own frame rows.
 template <typename Sample>
 void Sharpen(const ScaleContext& c, Sample* work, const FrameMemory& m) {
-    uint8_t* brightness = m.at<uint8_t>(c.frame.sharpenPlane);
+    uint8_t* brightness = m.at<uint8_t>(&FrameLayout::sharpenPlane);
     if (brightness == nullptr) {
         return;  // no neighbourhood to write
     }
@@ -179,7 +201,7 @@ void Sharpen(const ScaleContext& c, Sample* work, const FrameMemory& m) {
             k.grey->from16(greyPlan, work, brightness, begin, end, nullptr);
         }
     });
-    unsigned char* scratch = m.at(c.frame.sharpenScratch);
+    unsigned char* scratch = m.at(&FrameLayout::sharpenScratch);
     ForBands(c, c.dstHeight, [&](uint32_t band, uint32_t begin, uint32_t end) {
         void* mine = scratch + band * c.frame.sharpenBandBytes;
         if constexpr (sizeof(Sample) == 1) {
@@ -275,8 +297,8 @@ extern "C" int32_t ProcessFrame(const void* source, void* output, ScaleContext* 
         return -1;
     }
     // The passes write the canvas directly unless it is larger than the image.
-    auto* work =
-        c.ownsWorkFrame() ? memory.at<uint8_t>(c.frame.workFrame) : static_cast<uint8_t*>(output);
+    auto* work = c.ownsWorkFrame() ? memory.at<uint8_t>(&FrameLayout::workFrame)
+                                   : static_cast<uint8_t*>(output);
     const bool upscaleWrites =
         (c.depthMode == DEPTH_8 && c.kernelVariant != KERNEL_NONE) || c.depthMode == DEPTH_16;
     if (c.ownsWorkFrame() && !upscaleWrites) {

@@ -84,11 +84,10 @@ bool PlanFrameMemory(ScaleContext& c) {
     const std::size_t srcH = c.srcHeight;
     const std::size_t dstW = c.dstWidth;
     const std::size_t dstH = c.dstHeight;
-    std::size_t at = 0;
-    auto take = [&at](std::size_t bytes) {
-        const std::size_t offset = at;
-        at += (bytes + 15) & ~std::size_t{15};
-        return offset;
+    std::size_t largest = 0;
+    auto take = [&largest](std::size_t bytes) {
+        largest = std::max(largest, bytes);
+        return bytes;
     };
     const bool knownDepth = c.depthMode == DEPTH_8 || c.depthMode == DEPTH_16;
     if (c.ownsWorkFrame()) {
@@ -132,8 +131,8 @@ bool PlanFrameMemory(ScaleContext& c) {
         f.sharpenBandBytes = (SharpenScratchBytes(c.sharpen, c.dstHeight) + 15) & ~std::size_t{15};
         f.sharpenScratch = take(f.sharpenBandBytes * std::min(c.threads, c.dstHeight));
     }
-    f.total = at;
-    return at <= UINT32_MAX;
+    // Each buffer must fit the hook's 32-bit size argument.
+    return largest <= UINT32_MAX;
 }
 
 // The rolling upscale kernels' plan and the column layout their level

@@ -19,24 +19,24 @@
 
 namespace quillon {
 
-// Where each buffer of one frame sits in the frame's one block (taken from
-// the allocation hook on the calling thread, before any work fans out).
-// Offsets are 16-byte aligned; `none` marks a buffer the frame does not use.
+// The buffers one frame takes, by size in bytes (0: the frame does not use
+// it). Each is its own block from the allocation hook, all taken on the
+// calling thread before any work fans out. Separate blocks rather than one
+// keep each under the size a general-purpose allocator hands back for reuse,
+// so the next frame gets warm memory instead of fresh pages.
 struct FrameLayout {
-    static constexpr std::size_t none = SIZE_MAX;
-    std::size_t total = 0;
-    std::size_t workFrame = none;   // dstWidth x dstHeight pixels, when the canvas is larger
-    std::size_t grey = none;        // srcWidth x srcHeight
-    std::size_t latticeMin = none;  // (srcWidth + 1) x (srcHeight + 1)
-    std::size_t latticeMax = none;
-    std::size_t mapScratch = none;  // one MapResizeScratchBytes block per band
+    std::size_t workFrame = 0;   // dstWidth x dstHeight pixels, when the canvas is larger
+    std::size_t grey = 0;        // srcWidth x srcHeight
+    std::size_t latticeMin = 0;  // (srcWidth + 1) x (srcHeight + 1)
+    std::size_t latticeMax = 0;
+    std::size_t mapScratch = 0;  // one block of mapBandBytes per band
     std::size_t mapBandBytes = 0;
-    std::size_t refineMin = none;  // dstWidth x dstHeight
-    std::size_t refineMax = none;
-    std::size_t sharpenPlane = none;    // dstWidth x dstHeight brightness
-    std::size_t sharpenScratch = none;  // one SharpenScratchBytes block per band
+    std::size_t refineMin = 0;  // dstWidth x dstHeight
+    std::size_t refineMax = 0;
+    std::size_t sharpenPlane = 0;    // dstWidth x dstHeight brightness
+    std::size_t sharpenScratch = 0;  // one block of sharpenBandBytes per band
     std::size_t sharpenBandBytes = 0;
-    std::size_t upscaleScratch = none;
+    std::size_t upscaleScratch = 0;  // one block of upscaleBandBytes per band
     std::size_t upscaleBandBytes = 0;
 };
 
