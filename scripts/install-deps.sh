@@ -28,6 +28,8 @@ test=(
     openimageio-tools ffmpeg
     # fuzzing: clang with its libFuzzer and sanitizer runtimes
     clang-14 libclang-rt-14-dev
+    # the Python module and its tests; the farm tests' local single-node Slurm
+    python3-dev python3-pybind11 python3-numpy python3-pytest slurm-wlm munge
 )
 windows=(
     g++-mingw-w64-x86-64 mingw-w64-tools binutils-mingw-w64-x86-64 wine64
