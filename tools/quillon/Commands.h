@@ -14,6 +14,8 @@ void RunInfo();
 
 // Applies --cpu and --threads to the engine for the rest of the run.
 void ApplyExecution(const ExecutionOptions& options);
+// `quillon farm ...`: parses its own command line; returns the exit code.
+int RunFarm(int argc, char** argv);
 
 // What an upscale input is.
 enum class MediaKind { Still, Sequence, Video };

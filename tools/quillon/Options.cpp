@@ -173,7 +173,9 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, ParsedCom
         ->required();
     upscale->add_option("output", up.output, "Output file, or a sequence pattern")->required();
     AddCommon(upscale, up, upRaw);
-    upscale->add_option("--frames", frames, "Frame range FIRST-LAST of a sequence");
+    upscale->add_option("--frames", frames,
+                        "Frame range FIRST-LAST: frame numbers of a sequence, indices from 0 of "
+                        "a video (video only, no audio)");
     upscale->add_flag("-y,--force", up.force, "Replace an existing output");
     upscale->add_option("--codec", up.video.codec,
                         "Video encoder (default: chosen by the container)");
@@ -224,6 +226,7 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, ParsedCom
     CLI::App* presets = app.add_subcommand("presets", "List the size presets");
     CLI::App* info = app.add_subcommand(
         "info", "Print the version, the instruction-set levels and the thread count");
+    app.add_subcommand("farm", "Split an upscale into chunks for a render farm (farm --help)");
 
     try {
         app.parse(argc, argv);

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <set>
+#include <utility>
 #include <vector>
 
 #include "Commands.h"
@@ -311,6 +312,14 @@ void RunVideo(const UpscaleOptions& o) {
     CheckDestination(o.input, o.output, o.force);
     ResolvedSize target;
     VideoEncodeOptions video = o.video;
+    if (o.frames) {
+        const auto range = ParseFrameRange(*o.frames);
+        if (!range) {
+            throw QuillonError(ExitCode::Usage,
+                               "--frames expects FIRST-LAST, got '" + *o.frames + "'");
+        }
+        video.frames = std::make_pair(range->first, range->last);
+    }
     video.threads = RunThreads();
     video.engineWorkers = video.threads;
     ScalerPool scalers(SettingsFor(o, info.width, info.height, info.bits, target),
@@ -392,9 +401,6 @@ void RunUpscale(const UpscaleOptions& o) {
             RunStill(o);
             return;
         case MediaKind::Video:
-            if (o.frames) {
-                throw QuillonError(ExitCode::Usage, "--frames applies to image sequences only");
-            }
             RunVideo(o);
             return;
     }

@@ -578,9 +578,9 @@ int64_t TranscodeVideo(const fs::path& input, const fs::path& output, uint32_t d
     videoOut->r_frame_rate = d.stream->r_frame_rate;
     videoOut->sample_aspect_ratio = enc->sample_aspect_ratio;
 
-    // Audio streams are copied untouched.
+    // Audio streams are copied untouched (a frame range leaves them out).
     std::map<int, AVStream*> audioMap;
-    for (unsigned i = 0; i < in->nb_streams; ++i) {
+    for (unsigned i = 0; i < in->nb_streams && !options.frames; ++i) {
         AVStream* ist = in->streams[i];
         if (ist->codecpar->codec_type != AVMEDIA_TYPE_AUDIO) {
             continue;
@@ -657,6 +657,39 @@ int64_t TranscodeVideo(const fs::path& input, const fs::path& output, uint32_t d
     std::vector<PacketPtr> pendingAudio;  // read since the last video frame
     bool decoderFlushed = false;
     int64_t lastPts = AV_NOPTS_VALUE;
+
+    // A frame range: seek to the keyframe at or before the first frame; the
+    // index of a decoded frame follows from its time at the stream's rate.
+    const int64_t streamStart = d.stream->start_time == AV_NOPTS_VALUE ? 0 : d.stream->start_time;
+    int64_t decodedIndex = -1;
+    bool rangeDone = false;
+    if (options.frames && options.frames->first > 0 && rate.num > 0) {
+        const int64_t ts = streamStart + av_rescale_q(options.frames->first, av_inv_q(rate),
+                                                      d.stream->time_base);
+        if (av_seek_frame(in, d.videoIndex, ts, AVSEEK_FLAG_BACKWARD) >= 0) {
+            avcodec_flush_buffers(d.codec.get());
+            decodedIndex = -2;  // unknown until the first frame's time is seen
+        }
+    }
+    // True when a decoded frame is inside the range (always without one).
+    auto inRange = [&](const AVFrame* frame) {
+        if (!options.frames) {
+            return true;
+        }
+        const int64_t pts = frame->best_effort_timestamp;
+        if (pts != AV_NOPTS_VALUE && rate.num > 0) {
+            decodedIndex = av_rescale_q_rnd(pts - streamStart, d.stream->time_base, av_inv_q(rate),
+                                            AV_ROUND_NEAR_INF);
+        } else if (decodedIndex == -2) {
+            throw QuillonError(ExitCode::Unsupported,
+                               "a frame range of '" + inName + "' needs frame times");
+        } else {
+            ++decodedIndex;
+        }
+        const int64_t last = options.frames->second;
+        rangeDone = rangeDone || (last >= 0 && decodedIndex >= last);
+        return decodedIndex >= options.frames->first && (last < 0 || decodedIndex <= last);
+    };
 
     auto writeAudio = [&](std::vector<PacketPtr>& packets) {
         for (PacketPtr& p : packets) {
@@ -743,10 +776,12 @@ int64_t TranscodeVideo(const fs::path& input, const fs::path& output, uint32_t d
     std::vector<PipelineStage> stages;
     stages.push_back({"decode", 1, [&](int64_t index, size_t s) {
                           VideoSlot& slot = slots[s];
-                          av_frame_unref(slot.decoded.get());
-                          if (!decodeNext(index, slot)) {
-                              return false;
-                          }
+                          do {
+                              av_frame_unref(slot.decoded.get());
+                              if (rangeDone || !decodeNext(index, slot)) {
+                                  return false;
+                              }
+                          } while (!inRange(slot.decoded.get()));
                           slot.pts = slot.decoded->best_effort_timestamp;
                           slot.audio = std::move(pendingAudio);
                           pendingAudio.clear();
@@ -866,7 +901,7 @@ int64_t TranscodeVideo(const fs::path& input, const fs::path& output, uint32_t d
 
     // The rest of the audio, the encoder's delayed frames and the trailer.
     const auto t0 = Clock::now();
-    while (!decoderFlushed) {
+    while (!decoderFlushed && !options.frames) {
         rc = av_read_frame(in, packet.get());
         if (rc < 0) {
             break;

@@ -11,6 +11,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 extern "C" {
@@ -58,6 +59,10 @@ struct VideoEncodeOptions {
     ColourConversion colour = ColourConversion::Bt709;
     int threads = 1;        // busy threads of the run; the codecs and converters use as many
     int engineWorkers = 1;  // frames enlarged side by side (the frame function must allow it)
+    // Only frames first..last (indices from 0, presentation order, last -1:
+    // to the end): decoding starts at the keyframe before first, the output
+    // starts with a keyframe and keeps the source's timestamps, audio is left out.
+    std::optional<std::pair<int64_t, int64_t>> frames;
 };
 
 // Busy seconds of the video stages (the engine stage is timed by the caller).

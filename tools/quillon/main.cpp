@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <exception>
 #include <new>
+#include <string_view>
 
 #include "Commands.h"
 #include "Errors.h"
@@ -12,6 +13,9 @@
 int main(int argc, char** argv) {
     using quillon::ExitCode;
     quillon::InstallInterruptHandlers();
+    if (argc > 1 && std::string_view(argv[1]) == "farm") {
+        return quillon::RunFarm(argc, argv);
+    }
     quillon::ParsedCommandLine parsed;
     if (const auto code = quillon::ParseCommandLine(argc, argv, parsed)) {
         return *code;
