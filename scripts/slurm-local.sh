@@ -72,6 +72,7 @@ SchedulerType=sched/backfill
 MpiDefault=none
 ReturnToService=2
 MinJobAge=600
+MaxArraySize=100001
 KillWait=5
 InactiveLimit=0
 SlurmctldTimeout=30
