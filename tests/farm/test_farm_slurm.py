@@ -147,3 +147,31 @@ def test_video_joins_into_the_single_machine_result(cluster, tmp_path, container
         # Decoded frames with their times, frame for frame.
         assert stream_md5(out, "v") == stream_md5(one, "v")
     assert stream_md5(out, "a", decode=False) == stream_md5(clip, "a", decode=False)
+
+
+def test_a_video_frame_range_starts_on_its_own_frame(tmp_path):
+    """The chunk command alone: frames 7-12 of a clip with a keyframe every 5."""
+    clip = str(tmp_path / "clip.mkv")
+    ffmpeg("-f", "lavfi", "-i", "testsrc2=size=160x90:rate=25", "-t", "1", "-c:v", "ffv1", "-g",
+           "5", clip)
+    whole = str(tmp_path / "whole.mkv")
+    part = str(tmp_path / "part.mkv")
+    run([EXE, "upscale", clip, whole, "-q", "--codec", "ffv1"] + SETTINGS)
+    run([EXE, "upscale", clip, part, "-q", "--codec", "ffv1", "--frames", "7-12"] + SETTINGS)
+    def pictures(path):
+        return [line.split(",")[-1] for line in stream_md5(path, "v")]
+
+    assert pictures(part) == pictures(whole)[7:13]
+    assert probe_frames(part) == probe_frames(whole)[7:13]
+
+
+def test_join_names_the_chunks_that_did_not_finish(tmp_path):
+    make_sequence(tmp_path / "in", 7)
+    src = str(tmp_path / "in" / "f.%04d.png")
+    os.makedirs(tmp_path / "out")
+    run([EXE, "upscale", src, str(tmp_path / "out" / "o.%04d.png"), "--frames", "1-3", "-q"] +
+        SETTINGS)
+    join = run([EXE, "farm", "join", "--chunk", "3", src, str(tmp_path / "out" / "o.%04d.png"),
+                "-q"] + SETTINGS, check=False)
+    assert join.returncode != 0
+    assert "chunks 1 (frames 4-6), 2 (frames 7-7) did not finish" in join.stderr
