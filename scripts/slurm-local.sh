@@ -69,6 +69,9 @@ AccountingStorageType=accounting_storage/none
 SelectType=select/cons_tres
 SelectTypeParameters=CR_CPU
 SchedulerType=sched/backfill
+# Schedule every second rather than every minute: array tasks and the jobs
+# waiting on them start as soon as a CPU is free.
+SchedulerParameters=bf_interval=1,sched_interval=1,sched_min_interval=100000
 MpiDefault=none
 ReturnToService=2
 MinJobAge=600
