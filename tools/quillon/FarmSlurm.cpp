@@ -97,6 +97,10 @@ std::string JobId(const std::string& parsable) {
 
 std::string Submit(std::vector<std::string> command) {
     const auto [status, out] = Run(command);
+    if (status == 127) {
+        throw QuillonError(ExitCode::Unsupported,
+                           "sbatch was not found: quillon farm slurm needs Slurm's commands");
+    }
     if (status != 0 || JobId(out).empty()) {
         throw QuillonError(ExitCode::OutputFailed,
                            "sbatch refused the job (" + ShellJoin(command) + ")");
