@@ -77,6 +77,9 @@ def test_sequence_frames_equal_a_single_machine_run(cluster, tmp_path):
     with open(tmp_path / "farm" / "o.quillon-farm" / "summary.json") as f:
         summary = json.load(f)
     assert summary["frames"] == 11 and summary["target"] == {"width": 400, "height": 226}
+    again = farm(cluster, [src, str(tmp_path / "farm" / "o.%04d.png"), "--chunk", "3", "-q"] +
+                 SETTINGS, check=False)
+    assert again.returncode == 10 and "already exists" in again.stderr
 
 
 def test_failed_task_is_named_and_resume_redoes_only_it(cluster, tmp_path):

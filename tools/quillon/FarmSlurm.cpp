@@ -8,6 +8,8 @@
 
 #include "Errors.h"
 #include "Interrupt.h"
+#include "SafeOutput.h"
+#include "SequencePattern.h"
 
 namespace fs = std::filesystem;
 
@@ -191,6 +193,20 @@ std::string SlurmJoinScript(const FarmPlan& plan, const SlurmOptions& o) {
 }
 
 void RunFarmSlurm(const FarmPlan& plan, const SlurmOptions& o) {
+    if (!o.resume) {
+        // Refuse an output in the way before anything is submitted.
+        if (plan.kind == MediaKind::Video) {
+            CheckDestination(plan.upscale.input, plan.upscale.output, plan.upscale.force);
+        } else {
+            const auto in = SequencePattern::Parse(plan.upscale.input);
+            const auto out = SequencePattern::Parse(plan.upscale.output);
+            for (const FarmChunk& c : plan.chunks) {
+                for (int64_t f = c.first; f <= c.last; ++f) {
+                    CheckDestination(in->Format(f), out->Format(f), plan.upscale.force);
+                }
+            }
+        }
+    }
     std::vector<FarmChunk> todo;
     for (const FarmChunk& c : plan.chunks) {
         if (!o.resume || !plan.ChunkComplete(c)) {
