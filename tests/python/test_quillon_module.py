@@ -134,6 +134,7 @@ BAD_ARGUMENTS = [
     ({"quality": -1}, ValueError, "quality"),
     ({"anti_aliasing": 11}, ValueError, "anti_aliasing"),
     ({"threads": 0}, ValueError, "threads"),
+    ({"threads": 257}, ValueError, "threads"),
     ({"threads": "two"}, TypeError, "threads"),
 ]
 
@@ -146,13 +147,16 @@ def test_bad_arguments_are_refused(kwargs, error, words):
 
 
 def test_threads_in_python_run_side_by_side():
-    """Calls from several Python threads (the GIL released) give the serial results."""
+    """Calls from several Python threads (the GIL released), each with its own
+    engine thread count, give the serial single-thread results."""
     rng = np.random.default_rng(3)
     pictures = [rng.integers(0, 256, size=(90 + 7 * i, 160 + 5 * i, 3), dtype=np.uint8)
                 for i in range(6)]
     serial = [quillon.upscale(p, size=(480, 400), threads=1) for p in pictures]
     with concurrent.futures.ThreadPoolExecutor(max_workers=3) as pool:
-        threaded = list(pool.map(lambda p: quillon.upscale(p, size=(480, 400)), pictures))
+        threaded = list(pool.map(
+            lambda ip: quillon.upscale(ip[1], size=(480, 400), threads=[None, 2, 3][ip[0] % 3]),
+            enumerate(pictures)))
     for a, b in zip(serial, threaded):
         np.testing.assert_array_equal(a, b)
 
@@ -188,4 +192,5 @@ def test_info_reports_the_engine():
     info = quillon.info()
     assert info["version"].count(".") == 2
     assert info["threads"] >= 1
-    assert info["cpu_level"] in (None, "scalar", "sse2", "avx2", "avx512")
+    levels = ["scalar", "sse2", "avx2", "avx512"]
+    assert levels.index(info["cpu_level"]) <= levels.index(info["machine_cpu_level"])

@@ -6,6 +6,7 @@
 #include <pybind11/stl.h>
 
 #include <cstring>
+#include <mutex>
 #include <new>
 #include <optional>
 #include <stdexcept>
@@ -18,6 +19,8 @@
 #include "FrameConversion.h"
 #include "FrameScaler.h"
 #include "TargetSize.h"
+#include "core/CpuLevel.h"
+#include "engine/Engine.h"
 
 namespace py = pybind11;
 
@@ -27,6 +30,9 @@ namespace {
 
 // A picture as the module takes it: rows of W pixels with 3 (RGB) or 4 (RGBA)
 // channels, 8 or 16 bits, straight alpha.
+// The engine's largest thread count.
+constexpr int64_t kMaxThreads = 256;
+
 struct PictureLayout {
     uint32_t width = 0;
     uint32_t height = 0;
@@ -150,9 +156,14 @@ EffectControls ControlsFrom(const std::string& filter, int sharpness, int qualit
     return controls;
 }
 
+// The engine's thread count is a process setting that contexts take when
+// they are created: a call that asks for its own count sets it, creates its
+// context and removes the setting again, one such call at a time.
+std::mutex gThreadSetting;
+
 template <typename T>
 py::array Enlarge(const py::array& input, const PictureLayout& layout, const SizeRequest& size,
-                  const EffectControls& controls) {
+                  const EffectControls& controls, uint32_t threads) {
     // A C-ordered view of the caller's array (a copy only when it is not one).
     const auto packed = py::array_t<T, py::array::c_style>::ensure(input);
     if (!packed) {
@@ -161,8 +172,24 @@ py::array Enlarge(const py::array& input, const PictureLayout& layout, const Siz
     ResolvedSize target;
     std::optional<FrameScaler> scaler;
     try {
-        scaler.emplace(PlanScale(size, layout.width, layout.height, layout.bits,
-                                 KernelChoice::TwoPass, controls, target));
+        const ScaleSettings settings = PlanScale(size, layout.width, layout.height, layout.bits,
+                                                 KernelChoice::TwoPass, controls, target);
+        py::gil_scoped_release release;
+        std::lock_guard<std::mutex> lock(gThreadSetting);
+        if (threads != 0) {
+            SetEngineThreads(threads);
+        }
+        try {
+            scaler.emplace(settings);
+        } catch (...) {
+            if (threads != 0) {
+                SetEngineThreads(0);
+            }
+            throw;
+        }
+        if (threads != 0) {
+            SetEngineThreads(0);
+        }
     } catch (const QuillonError& e) {
         RaiseFor(e);
     }
@@ -212,20 +239,25 @@ py::array Upscale(const py::object& object, const py::object& size, const std::s
     }
     const auto array = py::reinterpret_borrow<py::array>(object);
     const PictureLayout layout = CheckArray(array);
+    uint32_t threadCount = 0;  // the engine's own choice
     if (!threads.is_none()) {
         if (!py::isinstance<py::int_>(threads)) {
-            throw py::type_error("quillon.upscale: threads must be None or a positive integer");
+            throw py::type_error("quillon.upscale: threads must be None or an integer 1..256");
         }
-        if (threads.cast<int64_t>() < 1) {
-            throw py::value_error("quillon.upscale: threads must be None or a positive integer");
+        const int64_t n = threads.cast<int64_t>();
+        if (n < 1 || n > kMaxThreads) {
+            throw py::value_error(
+                "quillon.upscale: threads must be None or an integer 1..256, not " +
+                std::to_string(n));
         }
+        threadCount = static_cast<uint32_t>(n);
     }
     const EffectControls controls = ControlsFrom(filter, sharpness, quality, antiAliasing);
     const auto [width, height] = SizePair(size, "size");
     SizeRequest request;
     request.size = SizeSpec{width, height};
-    return layout.bits == 8 ? Enlarge<uint8_t>(array, layout, request, controls)
-                            : Enlarge<uint16_t>(array, layout, request, controls);
+    return layout.bits == 8 ? Enlarge<uint8_t>(array, layout, request, controls, threadCount)
+                            : Enlarge<uint16_t>(array, layout, request, controls, threadCount);
 }
 
 // Optional side of a (width, height) pair given to target_size: None or an int.
@@ -288,10 +320,12 @@ std::tuple<uint32_t, uint32_t> TargetSizeFor(const py::object& source, const py:
 py::dict Info() {
     py::dict info;
     info["version"] = QUILLON_VERSION_TEXT;
-    // The engine does not report its instruction-set level yet; None until it does.
-    info["cpu_level"] = py::none();
-    // One engine call runs on the calling thread.
-    info["threads"] = 1;
+    const auto level = [](int32_t l) {
+        return std::string(CpuLevelName(static_cast<CpuLevel>(l)));
+    };
+    info["cpu_level"] = level(GetEngineCpuLevel());
+    info["machine_cpu_level"] = level(GetMachineCpuLevel());
+    info["threads"] = GetEngineThreads();
     info["hardware_threads"] = std::thread::hardware_concurrency();
     return info;
 }
