@@ -165,6 +165,8 @@ std::string SlurmTaskScript(const FarmPlan& plan, const SlurmOptions& o) {
     }
     s += "    *) echo \"no chunk $index\" >&2; exit 2 ;;\n"
          "esac\n"
+         "# The engine splits frames over the CPUs the task was given (--threads still wins).\n"
+         "export QUILLON_THREADS=${QUILLON_THREADS:-${SLURM_CPUS_PER_TASK:-1}}\n"
          "mkdir -p \"$folder/times\" \"$folder/done\" \"$folder/failed\"\n"
          "rm -f \"$folder/failed/chunk-$index\" \"$folder/done/chunk-$index\"\n"
          "start=$(date +%s.%N)\n"
