@@ -69,15 +69,15 @@ std::string JobName(const FarmPlan& plan) {
 }
 
 // "0-9" for a full run, "2,5,7" for a resumed one.
-std::string ArraySpec(const std::vector<FarmChunk>& chunks, bool all) {
+std::string ArrayIndices(const std::vector<FarmChunk>& chunks, bool all) {
     if (all) {
         return "0-" + std::to_string(chunks.back().index);
     }
-    std::string spec;
+    std::string list;
     for (const FarmChunk& c : chunks) {
-        spec.append(spec.empty() ? "" : ",").append(std::to_string(c.index));
+        list.append(list.empty() ? "" : ",").append(std::to_string(c.index));
     }
-    return spec;
+    return list;
 }
 
 void WriteScript(const fs::path& path, const std::string& text) {
@@ -221,7 +221,7 @@ void RunFarmSlurm(const FarmPlan& plan, const SlurmOptions& o) {
     const fs::path taskPath = plan.folder / "task.sh";
     const fs::path joinPath = plan.folder / "join.sh";
     std::vector<std::string> arrayCommand = {
-        "sbatch", "--parsable", "--array=" + (todo.empty() ? "" : ArraySpec(todo, all)),
+        "sbatch", "--parsable", "--array=" + (todo.empty() ? "" : ArrayIndices(todo, all)),
         taskPath.string()};
     if (o.dryRun) {
         std::printf("# %s\n%s\n# %s\n%s\n", taskPath.c_str(), task.c_str(), joinPath.c_str(),
@@ -265,7 +265,7 @@ void RunFarmSlurm(const FarmPlan& plan, const SlurmOptions& o) {
     const std::string joinJob = Submit(joinCommand);
     std::printf("array job %s: %zu task%s (%s); join job %s\n",
                 arrayJob.empty() ? "-" : arrayJob.c_str(), todo.size(), todo.size() == 1 ? "" : "s",
-                todo.empty() ? "none missing" : ("chunks " + ArraySpec(todo, all)).c_str(),
+                todo.empty() ? "none missing" : ("chunks " + ArrayIndices(todo, all)).c_str(),
                 joinJob.c_str());
     std::fflush(stdout);
     if (!o.wait) {
