@@ -8,6 +8,8 @@ import concurrent.futures
 import json
 import os
 import subprocess
+import sys
+import threading
 
 import numpy as np
 import pytest
@@ -159,6 +161,31 @@ def test_threads_in_python_run_side_by_side():
             enumerate(pictures)))
     for a, b in zip(serial, threaded):
         np.testing.assert_array_equal(a, b)
+
+
+def test_the_gil_is_released_while_the_engine_runs():
+    """With forced switches off, another Python thread runs only when the GIL
+    is given up: it sees the call still under way only if the engine released it."""
+    picture = np.zeros((540, 960, 3), np.uint8)
+    started = threading.Event()
+    state = {}
+
+    def work():
+        started.set()
+        quillon.upscale(picture, size=(3840, 2160), threads=1)
+        state["done"] = True
+
+    previous = sys.getswitchinterval()
+    sys.setswitchinterval(100)
+    try:
+        worker = threading.Thread(target=work)
+        worker.start()
+        started.wait()
+        seen_while_running = "done" not in state
+        worker.join()
+    finally:
+        sys.setswitchinterval(previous)
+    assert seen_while_running
 
 
 @pytest.mark.parametrize("arguments,cli", [
