@@ -178,3 +178,23 @@ def test_join_names_the_chunks_that_did_not_finish(tmp_path):
                 "-q"] + SETTINGS, check=False)
     assert join.returncode != 0
     assert "chunks 1 (frames 4-6), 2 (frames 7-7) did not finish" in join.stderr
+
+
+def test_plain_chunk_commands_and_the_join_make_the_same_video(tmp_path):
+    """The split as another farm manager runs it: one upscale per frame range
+    into the segment folder, then `quillon farm join`."""
+    clip = str(tmp_path / "clip.mkv")
+    ffmpeg("-f", "lavfi", "-i", "testsrc2=size=160x90:rate=24", "-f", "lavfi", "-i",
+           "sine=frequency=300", "-t", "1", "-c:v", "ffv1", "-g", "6", "-c:a", "flac", clip)
+    one = str(tmp_path / "one.mkv")
+    out = str(tmp_path / "film.mkv")
+    run([EXE, "upscale", clip, one, "-q", "--codec", "ffv1"] + SETTINGS)
+    segments = tmp_path / "film.quillon-farm" / "segments"
+    os.makedirs(segments)
+    for index, first in enumerate(range(0, 24, 10)):
+        run([EXE, "upscale", clip, str(segments / ("seg-%05d.mkv" % index)), "-q", "--codec",
+             "ffv1", "--frames", "%d-%d" % (first, min(first + 9, 23))] + SETTINGS)
+    joined = run([EXE, "farm", "join", "--chunk", "10", clip, out, "--codec", "ffv1"] + SETTINGS)
+    assert json.loads(joined.stdout)["frames"] == 24
+    assert stream_md5(out, "v") == stream_md5(one, "v")
+    assert stream_md5(out, "a", decode=False) == stream_md5(clip, "a", decode=False)

@@ -202,8 +202,8 @@ std::vector<std::string> FarmPlan::JoinCommand() const {
 bool FarmPlan::ChunkComplete(const FarmChunk& chunk) const {
     std::error_code ec;
     if (kind == MediaKind::Video) {
-        return fs::exists(ChunkOutput(chunk), ec) &&
-               fs::exists(MarkerPath("done", chunk.index), ec);
+        // Segments are written under a temporary name and renamed when whole.
+        return fs::exists(ChunkOutput(chunk), ec);
     }
     const auto pattern = SequencePattern::Parse(upscale.output);
     for (int64_t f = chunk.first; f <= chunk.last; ++f) {
