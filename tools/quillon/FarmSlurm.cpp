@@ -167,8 +167,8 @@ std::string SlurmTaskScript(const FarmPlan& plan, const SlurmOptions& o) {
          "esac\n"
          "# The engine splits frames over the CPUs the task was given (--threads still wins).\n"
          "export QUILLON_THREADS=${QUILLON_THREADS:-${SLURM_CPUS_PER_TASK:-1}}\n"
-         "mkdir -p \"$folder/times\" \"$folder/done\" \"$folder/failed\"\n"
-         "rm -f \"$folder/failed/chunk-$index\" \"$folder/done/chunk-$index\"\n"
+         "mkdir -p \"$folder/times\" \"$folder/failed\"\n"
+         "rm -f \"$folder/failed/chunk-$index\"\n"
          "start=$(date +%s.%N)\n"
          "\"${command[@]}\"\n"
          "status=$?\n"
@@ -176,8 +176,7 @@ std::string SlurmTaskScript(const FarmPlan& plan, const SlurmOptions& o) {
          "    echo \"$status\" > \"$folder/failed/chunk-$index\"\n"
          "    exit \"$status\"\n"
          "fi\n"
-         "echo \"$start $(date +%s.%N)\" > \"$folder/times/chunk-$index\"\n"
-         "touch \"$folder/done/chunk-$index\"\n";
+         "echo \"$start $(date +%s.%N)\" > \"$folder/times/chunk-$index\"\n";
     return s;
 }
 
@@ -236,7 +235,7 @@ void RunFarmSlurm(const FarmPlan& plan, const SlurmOptions& o) {
 
     std::error_code ec;
     fs::create_directories(fs::absolute(plan.upscale.output).parent_path(), ec);
-    std::vector<std::string> subfolders = {"logs", "times", "done", "failed"};
+    std::vector<std::string> subfolders = {"logs", "times", "failed"};
     if (plan.kind == MediaKind::Video) {
         subfolders.emplace_back("segments");
     }
@@ -252,7 +251,6 @@ void RunFarmSlurm(const FarmPlan& plan, const SlurmOptions& o) {
     fs::remove(plan.folder / "joined", ec);
     for (const FarmChunk& c : todo) {
         fs::remove(plan.MarkerPath("failed", c.index), ec);
-        fs::remove(plan.MarkerPath("done", c.index), ec);
     }
 
     std::string arrayJob;
