@@ -132,10 +132,12 @@ std::pair<uint32_t, uint32_t> SizePair(const py::handle& size, const char* what)
     }
 }
 
-int Control(int value, int max, const char* name) {
-    if (value < 0 || value > max) {
-        throw py::value_error(std::string("quillon.upscale: ") + name + " must be 0.." +
-                              std::to_string(max) + ", not " + std::to_string(value));
+// A slider value in the effect's range.
+int Control(int value, const SliderRange& range, const char* name) {
+    if (value < range.minimum || value > range.maximum) {
+        throw py::value_error(std::string("quillon.upscale: ") + name + " must be " +
+                              std::to_string(range.minimum) + ".." + std::to_string(range.maximum) +
+                              ", not " + std::to_string(value));
     }
     return value;
 }
@@ -150,9 +152,9 @@ EffectControls ControlsFrom(const std::string& filter, int sharpness, int qualit
             "'");
     }
     controls.filter = *type;
-    controls.sharpness = Control(sharpness, kSharpnessMax, "sharpness");
-    controls.quality = Control(quality, kQualityMax, "quality");
-    controls.antiAliasing = Control(antiAliasing, kAntiAliasingMax, "anti_aliasing");
+    controls.sharpness = Control(sharpness, kSharpnessRange, "sharpness");
+    controls.quality = Control(quality, kQualityRange, "quality");
+    controls.antiAliasing = Control(antiAliasing, kAntiAliasingRange, "anti_aliasing");
     return controls;
 }
 
@@ -173,7 +175,7 @@ py::array Enlarge(const py::array& input, const PictureLayout& layout, const Siz
     std::optional<FrameScaler> scaler;
     try {
         const ScaleSettings settings = PlanScale(size, layout.width, layout.height, layout.bits,
-                                                 KernelChoice::TwoPass, controls, target);
+                                                 EightBitKernel::TwoPass, controls, target);
         py::gil_scoped_release release;
         std::lock_guard<std::mutex> lock(gThreadSetting);
         if (threads != 0) {

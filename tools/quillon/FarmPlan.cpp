@@ -291,7 +291,7 @@ void RunFarmJoin(const FarmPlan& plan) {
         bits = first.image.bits;
     }
     ResolvedSize target;
-    const FrameScaler scaler(PlanScale(plan.upscale.size, sw, sh, bits, KernelChoice::TwoPass,
+    const FrameScaler scaler(PlanScale(plan.upscale.size, sw, sh, bits, EightBitKernel::TwoPass,
                                        plan.upscale.controls, target));
 
     int64_t frames = plan.frames;

@@ -664,8 +664,8 @@ int64_t TranscodeVideo(const fs::path& input, const fs::path& output, uint32_t d
     int64_t decodedIndex = -1;
     bool rangeDone = false;
     if (options.frames && options.frames->first > 0 && rate.num > 0) {
-        const int64_t ts = streamStart + av_rescale_q(options.frames->first, av_inv_q(rate),
-                                                      d.stream->time_base);
+        const int64_t ts =
+            streamStart + av_rescale_q(options.frames->first, av_inv_q(rate), d.stream->time_base);
         if (av_seek_frame(in, d.videoIndex, ts, AVSEEK_FLAG_BACKWARD) >= 0) {
             avcodec_flush_buffers(d.codec.get());
             decodedIndex = -2;  // unknown until the first frame's time is seen
